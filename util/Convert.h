@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace util {
+
+/** A text that is no whole number; what() is the text itself, because that is what the client gets to see. */
+class BadConversion : public std::runtime_error {
+public:
+    explicit BadConversion(const std::string& s) : std::runtime_error(s) {}
+};
+
+/**
+ * Reads the number at the start of `s` into `x`; leading white space is skipped.
+ * @param failIfLeftoverChars refuse anything behind the number, a single blank included
+ * @throws BadConversion
+ */
+template <typename T>
+inline void convert(const std::string& s, T& x, bool failIfLeftoverChars = true) {
+    std::istringstream in(s);
+    char leftover = 0;
+    if (!(in >> x) || (failIfLeftoverChars && in.get(leftover))) throw BadConversion(s);
+}
+
+/** Like convert(), but returns the number. */
+template <typename T>
+inline T convertTo(const std::string& s, bool failIfLeftoverChars = true) {
+    T x{};
+    convert<T>(s, x, failIfLeftoverChars);
+    return x;
+}
+
+} // namespace util

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+#include "util/XMLParser.h"
+
+#include "util/Exception.h"
+#include "util/Log.h"
+#include "util/Stylesheet.h"
+#include "util/StylesheetFiles.h"
+#include "util/XmlHandles.h"
+#include "util/XmlMessages.h"
+#include "util/XmlSetUp.h"
+
+#include <fmt/format.h>
+#include <libxml/xpathInternals.h>
+
+#include <exception>
+#include <new>
+#include <utility>
+
+namespace util {
+
+namespace {
+
+constexpr std::size_t maxDocumentBytes = std::size_t{64} * 1024 * 1024;
+constexpr unsigned long maxXPathOperations = 5'000'000;
+
+// Set once, with the process-wide settings of the libraries, and only read from then on.
+StylesheetFolders& stylesheetFolders() {
+    static StylesheetFolders folders;
+    return folders;
+}
+
+const xmlChar* toXml(const std::string& text) {
+    return reinterpret_cast<const xmlChar*>(text.c_str());
+}
+
+void refuseDtd(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) noexcept {
+    auto* reader = static_cast<xmlParserCtxtPtr>(parser);
+    reader->wellFormed = 0;
+    xmlStopParser(reader);
+}
+
+XmlDoc read(const std::string& document) {
+    if (document.size() > maxDocumentBytes) throw Exception("it is too large");
+    const XmlReader reader(xmlNewParserCtxt());
+    if (!reader) throw std::bad_alloc();
+    reader->sax->internalSubset = refuseDtd;
+    XmlDoc parsed(xmlCtxtReadMemory(reader.get(), document.data(), static_cast<int>(document.size()), nullptr, nullptr, XML_PARSE_NONET));
+    if (reader->errNo == XML_ERR_USER_STOP) throw Exception("it has a document type declaration");
+    if (!parsed) throw Exception("it is not well-formed");
+    // For libxml2 a document ends at a zero byte, whatever follows.
+    if (reader->input == nullptr || reader->input->cur != reader->input->end) throw Exception("something follows its end");
+    return parsed;
+}
+
+std::string transformed(xmlDocPtr document, const char* stylesheet) {
+    if (document == nullptr) throw Exception("There is no document to transform.");
+    const XmlDoc source(xmlCopyDoc(document, 1)); // a stylesheet may strip white space from it
+    if (!source) throw std::bad_alloc();
+    const StylesheetFolders& folders = stylesheetFolders();
+    Stylesheet style(findStylesheet(stylesheet, folders ? folders() : std::vector<std::filesystem::path>{}));
+    std::string result = style.apply(*source);
+    if (result.empty()) throw Exception("The result is empty.");
+    return result;
+}
+
+std::vector<std::string> stringValues(xmlXPathObject& found) {
+    if (found.type != XPATH_NODESET) {
+        const XmlText text(xmlXPathCastToString(&found));
+        return {reinterpret_cast<const char*>(text.get())};
+    }
+    std::vector<std::string> values;
+    xmlXPathNodeSetSort(found.nodesetval);
+    for (int i = 0; i < xmlXPathNodeSetGetLength(found.nodesetval); ++i) {
+        const XmlText text(xmlXPathCastNodeToString(xmlXPathNodeSetItem(found.nodesetval, i)));
+        if (!text) throw std::bad_alloc();
+        values.emplace_back(reinterpret_cast<const char*>(text.get()));
+    }
+    return values;
+}
+
+} // namespace
+
+XMLParser::XMLParser() {
+    setUpXmlLibraries();
+}
+
+XMLParser::~XMLParser() {
+    xmlFreeDoc(document_);
+}
+
+void XMLParser::setUp(StylesheetFolders folders) {
+    setUpXmlLibraries();
+    stylesheetFolders() = std::move(folders);
+}
+
+std::string XMLParser::encode(std::string value) {
+    std::string encoded;
+    encoded.reserve(value.size());
+    for (const char c : value) {
+        switch (c) {
+        case '&': encoded += "&amp;"; break;
+        case '<': encoded += "&lt;"; break;
+        case '>': encoded += "&gt;"; break;
+        default: encoded += c;
+        }
+    }
+    return encoded;
+}
+
+bool XMLParser::parse(std::string document) {
+    xmlFreeDoc(std::exchange(document_, nullptr));
+    const XmlMessages messages;
+    try {
+        document_ = read(document).release();
+        return true;
+    } catch (const Exception& refusal) {
+        const std::string said = messages.line();
+        logLine(fmt::format("XML document refused: {}", said.empty() ? refusal.what() : said));
+        return false;
+    }
+}
+
+std::string XMLParser::transform(const char* stylesheet) {
+    const XmlMessages messages;
+    const std::string name = printable(stylesheet == nullptr ? "" : stylesheet, 100);
+    try {
+        std::string result = transformed(document_, stylesheet);
+        if (const std::string said = messages.line(); !said.empty()) {
+            logLine(fmt::format("stylesheet \"{}\" says: {}", name, said));
+        }
+        return result;
+    } catch (const std::exception& failure) {
+        const std::string said = messages.line();
+        logLine(fmt::format("stylesheet \"{}\": {}{}{}", name, failure.what(), said.empty() ? "" : " ", said));
+        return {};
+    }
+}
+
+std::vector<std::string> XMLParser::select(const std::string& xpath, const Namespaces& namespaces) const {
+    if (document_ == nullptr) throw Exception("There is no document to read from.");
+    const XmlMessages messages;
+    const XPathContext context(xmlXPathNewContext(document_));
+    if (!context) throw std::bad_alloc();
+    context->opLimit = maxXPathOperations;
+    for (const auto& [prefix, uri] : namespaces) {
+        if (xmlXPathRegisterNs(context.get(), toXml(prefix), toXml(uri)) != 0) throw Exception("A namespace prefix is wrong.");
+    }
+    const XPathObject found(xmlXPathEvalExpression(toXml(xpath), context.get()));
+    if (!found) {
+        logLine(fmt::format("XPath \"{}\": {}", printable(xpath), messages.line()));
+        throw Exception("An XPath expression can't be evaluated.");
+    }
+    return stringValues(*found);
+}
+
+} // namespace util
