@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "util/Buffer.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace store {
+
+/** What an entry says of its song. All texts are UTF-8. */
+struct Record {
+    std::string artist;
+    std::string title;
+    std::string album;
+    std::string genre;
+    std::string songFilename;
+    std::string uid;
+    std::string imageUrl;
+    bool sampler = false;
+
+    bool operator==(const Record&) const = default;
+};
+
+/** An image as it is kept: once per content, however many entries point at it. */
+struct ImageInfo {
+    std::string hash; // SHA-256 of the received bytes, 64 lower-case hexadecimal digits
+    std::string mimeType;
+    int widthPixels = 0;
+    int heightPixels = 0;
+    std::int64_t sizeBytes = 0;
+    bool shownAsReceived = false; // the received bytes are the PNG that is delivered
+
+    bool operator==(const ImageInfo&) const = default;
+};
+
+/** An image on its way into the store; the bytes stay the caller's. */
+struct NewImage {
+    std::span<const std::byte> bytes;
+    std::string mimeType;
+    int widthPixels = 0;
+    int heightPixels = 0;
+    bool shownAsReceived = false;
+};
+
+struct Entry {
+    int id = 0;
+    Record record;
+    std::optional<ImageInfo> image;
+};
+
+struct Parameter {
+    std::string name;
+    std::string value;
+
+    bool operator==(const Parameter&) const = default;
+};
+
+enum class JobKind { WriteTag, Delete };
+enum class JobState { Queued, Running, Done, Failed };
+
+struct Job {
+    int id = 0;
+    JobKind kind = JobKind::WriteTag;
+    int entryId = 0;
+    std::string path;     // the song file as it was given, any bytes; empty for a delete job
+    bool replace = false; // write the cover also where the file has one
+    JobState state = JobState::Queued;
+    std::string reason; // why it failed
+};
+
+/** The words to look for, field by field; a field that is empty matches everything. */
+struct Search {
+    std::string artist;
+    std::string album;
+    std::string title;
+};
+
+struct SearchResult {
+    std::vector<Entry> entries; // newest first, cut at the limit
+    std::int64_t total = 0;     // how many there are
+};
+
+enum class IfPresent { Replace, Keep };
+
+/**
+ * Where entries, images, parameters and jobs live. Many processes may share one store; an object is for one
+ * thread. Every operation is a transaction of its own: it is done as a whole or not at all, and what it
+ * reports as kept is on disk. Each throws util::Exception when the store fails, and can be called again after
+ * that.
+ */
+class CoverStore {
+public:
+    CoverStore() = default;
+    CoverStore(const CoverStore&) = delete;
+    CoverStore& operator=(const CoverStore&) = delete;
+    virtual ~CoverStore() = default;
+
+    /** About how many entries without an image are kept: the oldest beyond that go now and then. */
+    static constexpr int maxEmptyEntries = 10'000;
+
+    /** How many replaced images an entry keeps. */
+    static constexpr int maxEarlierImages = 5;
+
+    /** The entry that stands for the same album, or the same song where `record` has no album. */
+    virtual std::optional<Entry> findEntry(const Record& record) = 0;
+
+    /** findEntry(), or a new entry without an image. `record` must have a match key (store/MatchKey.h). */
+    virtual Entry registerEntry(const Record& record) = 0;
+
+    /**
+     * Gives the matching entry, made where there is none, this image, and fills in what its record lacks.
+     * @return the entry's id, greater than 0
+     */
+    virtual int storeImage(const Record& record, const NewImage& image, IfPresent ifPresent) = 0;
+
+    /** The image of entry `id`; nothing when there is no such entry or it has none. */
+    virtual std::optional<ImageInfo> cover(int id) = 0;
+
+    /** The images that entry `id` had before, last one first. */
+    virtual std::vector<ImageInfo> earlierImages(int id) = 0;
+
+    /** The received bytes; nothing when no image has that hash. */
+    virtual std::optional<util::Buffer> image(const std::string& hash) = 0;
+
+    /** The PNG in which the image `hash` is shown, if it is at hand. */
+    virtual std::optional<util::Buffer> rendition(const std::string& hash) = 0;
+
+    /** Keeps a rendition; the least recently used ones go until all together have at most `maxTotalBytes`. */
+    virtual void keepRendition(const std::string& hash, std::span<const std::byte> png,
+                               std::uint64_t maxTotalBytes) = 0;
+
+    /** Entries of which each field has every word of `search`, the last word of a field as a prefix. */
+    virtual SearchResult search(const Search& search, int limit) = 0;
+
+    /** Entries without an image, newest first. */
+    virtual std::vector<Entry> emptyEntries() = 0;
+
+    /** All parameters by name. */
+    virtual std::vector<Parameter> parameters() = 0;
+    virtual std::optional<std::string> parameter(std::string_view name) = 0;
+    virtual void setParameter(const Parameter& parameter) = 0;
+    virtual void deleteParameter(std::string_view name) = 0;
+
+    /** Queue a job for an entry id and a path that nobody has checked. @return its id, greater than 0 */
+    virtual int queueTagJob(int entryId, std::string_view path, bool replace) = 0;
+    virtual int queueDeleteJob(int entryId) = 0;
+
+    /** The jobs of an entry, in the order in which they were queued. */
+    virtual std::vector<Job> jobs(int entryId) = 0;
+};
+
+} // namespace store

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <SQLiteCpp/Database.h>
+
+namespace store {
+
+/**
+ * Brings the database to the schema of this program, from nothing or from any older version. Two processes
+ * may do so at the same time: one migrates, the other finds it done.
+ * @throws util::Exception when the database belongs to something else or to a newer version
+ */
+void migrate(SQLite::Database& database);
+
+} // namespace store

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+#include "store/SqliteStore.h"
+
+#include "store/MatchKey.h"
+#include "store/Sha256.h"
+#include "store/SqliteConnection.h"
+#include "store/SqliteEntries.h"
+#include "util/Exception.h"
+
+#include <SQLiteCpp/Transaction.h>
+
+#include <array>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+namespace store {
+namespace {
+
+constexpr const char* selectParameters = "SELECT name, value FROM parameters ORDER BY name";
+constexpr const char* selectParameter = "SELECT value FROM parameters WHERE name = ?";
+constexpr const char* upsertParameter = "INSERT INTO parameters (name, value) VALUES (?, ?) ON CONFLICT "
+                                        "(name) DO UPDATE SET value = excluded.value";
+constexpr const char* removeParameter = "DELETE FROM parameters WHERE name = ?";
+constexpr const char* insertJob =
+    "INSERT INTO jobs (kind, entry, path, replace, state, reason) VALUES (?, ?, ?, ?, 'queued', '')";
+constexpr const char* selectJobs =
+    "SELECT id, kind, path, replace, state, reason FROM jobs WHERE entry = ? ORDER BY id";
+
+constexpr const char* tagKind = "tag";
+constexpr const char* deleteKind = "delete";
+
+JobState jobState(std::string_view name) {
+    if (name == "queued") return JobState::Queued;
+    if (name == "running") return JobState::Running;
+    if (name == "done") return JobState::Done;
+    return JobState::Failed;
+}
+
+int checkedId(std::int64_t id) {
+    if (id <= 0 || id > std::numeric_limits<int>::max())
+        throw util::Exception("The cover store has run out of ids.");
+    return static_cast<int>(id);
+}
+
+} // namespace
+
+template <typename Operation>
+auto SqliteStore::run(std::string_view doing, Operation operation) {
+    try {
+        if (!connection_) connection_ = std::make_unique<SqliteConnection>(file_);
+        return operation(*connection_);
+    } catch (const SQLite::Exception& failure) {
+        if (spoilsConnection(failure)) connection_.reset();
+        throwStoreFailure(doing, failure);
+    }
+}
+
+SqliteStore::SqliteStore(const std::filesystem::path& folder)
+    : file_(folder / "covers.db"), renditions_(folder / "renditions") {
+    run("open " + file_.string(), [](SqliteConnection&) {});
+}
+
+SqliteStore::~SqliteStore() = default;
+
+std::optional<Entry> SqliteStore::findEntry(const Record& record) {
+    return run("find an entry",
+               [&](SqliteConnection& connection) { return sqlite::findEntry(connection, record); });
+}
+
+Entry SqliteStore::registerEntry(const Record& record) {
+    return run("register an entry", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        std::optional<Entry> found = sqlite::findEntry(connection, record);
+        if (!found) {
+            found = Entry{checkedId(sqlite::insertEntry(connection, record)), record, std::nullopt};
+            // Counting them walks over all of them, which is too much for each new song.
+            if (found->id % 100 == 0) sqlite::dropOldestEmptyEntries(connection, maxEmptyEntries);
+        }
+        transaction.commit();
+        return *std::move(found);
+    });
+}
+
+int SqliteStore::storeImage(const Record& record, const NewImage& image, IfPresent ifPresent) {
+    const std::string hash = sha256(image.bytes);
+    return run("store a cover", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        const std::optional<Entry> found = sqlite::findEntry(connection, record);
+        const int id = checkedId(found ? found->id : sqlite::insertEntry(connection, record));
+        if (found) sqlite::completeEntry(connection, *found, record);
+        if (!found || !found->image || ifPresent == IfPresent::Replace)
+            sqlite::setEntryImage(connection, id, sqlite::imageRow(connection, hash, image));
+        transaction.commit();
+        return id;
+    });
+}
+
+std::optional<ImageInfo> SqliteStore::cover(int id) {
+    return run("look up a cover",
+               [&](SqliteConnection& connection) { return sqlite::cover(connection, id); });
+}
+
+std::vector<ImageInfo> SqliteStore::earlierImages(int id) {
+    return run("list earlier covers",
+               [&](SqliteConnection& connection) { return sqlite::earlierImages(connection, id); });
+}
+
+std::optional<util::Buffer> SqliteStore::image(const std::string& hash) {
+    return run("read a cover",
+               [&](SqliteConnection& connection) { return sqlite::imageContent(connection, hash); });
+}
+
+std::optional<util::Buffer> SqliteStore::rendition(const std::string& hash) { return renditions_.find(hash); }
+
+void SqliteStore::keepRendition(const std::string& hash, std::span<const std::byte> png,
+                                std::uint64_t maxTotalBytes) {
+    renditions_.keep(hash, png, maxTotalBytes);
+}
+
+SearchResult SqliteStore::search(const Search& search, int limit) {
+    return run("search", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database()); // entries and their number from one moment
+        return sqlite::search(connection, search, limit);
+    });
+}
+
+std::vector<Entry> SqliteStore::emptyEntries() {
+    return run("list empty entries",
+               [&](SqliteConnection& connection) { return sqlite::emptyEntries(connection); });
+}
+
+std::vector<Parameter> SqliteStore::parameters() {
+    return run("list parameters", [&](SqliteConnection& connection) {
+        std::vector<Parameter> all;
+        StatementUse statement = connection.use(selectParameters);
+        while (statement->executeStep())
+            all.push_back({statement->getColumn(0).getString(), statement->getColumn(1).getString()});
+        return all;
+    });
+}
+
+std::optional<std::string> SqliteStore::parameter(std::string_view name) {
+    return run("read a parameter", [&](SqliteConnection& connection) -> std::optional<std::string> {
+        StatementUse statement = connection.use(selectParameter);
+        statement->bind(1, std::string(name));
+        if (!statement->executeStep()) return std::nullopt;
+        return statement->getColumn(0).getString();
+    });
+}
+
+void SqliteStore::setParameter(const Parameter& parameter) {
+    run("set a parameter", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        {
+            StatementUse statement = connection.use(upsertParameter);
+            statement->bind(1, parameter.name);
+            statement->bind(2, parameter.value);
+            statement->exec();
+        }
+        transaction.commit();
+    });
+}
+
+void SqliteStore::deleteParameter(std::string_view name) {
+    run("delete a parameter", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        {
+            StatementUse statement = connection.use(removeParameter);
+            statement->bind(1, std::string(name));
+            statement->exec();
+        }
+        transaction.commit();
+    });
+}
+
+int SqliteStore::queueJob(JobKind kind, int entryId, std::string_view path, bool replace) {
+    return run("queue a job", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        {
+            StatementUse statement = connection.use(insertJob);
+            statement->bind(1, kind == JobKind::WriteTag ? tagKind : deleteKind);
+            statement->bind(2, entryId);
+            // An empty view may have no address, and SQLite makes that NULL.
+            statement->bind(3, path.empty() ? "" : path.data(), static_cast<int>(path.size()));
+            statement->bind(4, replace ? 1 : 0);
+            statement->exec();
+        }
+        const int id = checkedId(connection.database().getLastInsertRowid());
+        transaction.commit();
+        return id;
+    });
+}
+
+int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
+    return queueJob(JobKind::WriteTag, entryId, path, replace);
+}
+
+int SqliteStore::queueDeleteJob(int entryId) { return queueJob(JobKind::Delete, entryId, "", false); }
+
+std::vector<Job> SqliteStore::jobs(int entryId) {
+    return run("list jobs", [&](SqliteConnection& connection) {
+        std::vector<Job> all;
+        StatementUse statement = connection.use(selectJobs);
+        statement->bind(1, entryId);
+        while (statement->executeStep())
+            all.push_back(
+                {.id = statement->getColumn(0).getInt(),
+                 .kind = statement->getColumn(1).getString() == tagKind ? JobKind::WriteTag : JobKind::Delete,
+                 .entryId = entryId,
+                 .path = statement->getColumn(2).getString(),
+                 .replace = statement->getColumn(3).getInt() != 0,
+                 .state = jobState(statement->getColumn(4).getString()),
+                 .reason = statement->getColumn(5).getString()});
+        return all;
+    });
+}
+
+} // namespace store

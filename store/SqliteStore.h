@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "store/CoverStore.h"
+#include "store/Renditions.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace store {
+
+class SqliteConnection;
+
+/** The store in a folder of this machine: a SQLite database, and the renditions as files beside it. */
+class SqliteStore : public CoverStore {
+public:
+    /**
+     * Opens the store in `folder`, which must exist; makes or migrates it where that is needed.
+     * @throws util::Exception
+     */
+    explicit SqliteStore(const std::filesystem::path& folder);
+    ~SqliteStore() override;
+
+    std::optional<Entry> findEntry(const Record& record) override;
+    Entry registerEntry(const Record& record) override;
+    int storeImage(const Record& record, const NewImage& image, IfPresent ifPresent) override;
+    std::optional<ImageInfo> cover(int id) override;
+    std::vector<ImageInfo> earlierImages(int id) override;
+    std::optional<util::Buffer> image(const std::string& hash) override;
+    std::optional<util::Buffer> rendition(const std::string& hash) override;
+    void keepRendition(const std::string& hash, std::span<const std::byte> png,
+                       std::uint64_t maxTotalBytes) override;
+    SearchResult search(const Search& search, int limit) override;
+    std::vector<Entry> emptyEntries() override;
+    std::vector<Parameter> parameters() override;
+    std::optional<std::string> parameter(std::string_view name) override;
+    void setParameter(const Parameter& parameter) override;
+    void deleteParameter(std::string_view name) override;
+    int queueTagJob(int entryId, std::string_view path, bool replace) override;
+    int queueDeleteJob(int entryId) override;
+    std::vector<Job> jobs(int entryId) override;
+
+private:
+    /**
+     * Runs `operation` on the open connection, which is opened anew when an earlier failure spoilt it.
+     * @param doing what is being tried, for the log
+     */
+    template <typename Operation>
+    auto run(std::string_view doing, Operation operation);
+
+    int queueJob(JobKind kind, int entryId, std::string_view path, bool replace);
+
+    std::filesystem::path file_;
+    Renditions renditions_;
+    std::unique_ptr<SqliteConnection> connection_;
+};
+
+} // namespace store
