@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: MIT
+#include "app/CoverCache.h"
+
+#include "app/Documents.h"
+#include "app/LibrarySetup.h"
+#include "app/OpenStore.h"
+#include "app/SongRecord.h"
+#include "store/MatchKey.h"
+#include "store/SqliteStore.h"
+#include "store/StateFolder.h"
+#include "text/Utf8.h"
+#include "util/Exception.h"
+#include "util/ImageContent.h"
+#include "util/Log.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t maxParameterNameBytes = 1024;
+constexpr std::size_t maxParameterValueBytes = 65'536;
+constexpr std::uint64_t maxQueryLimit = 100'000; // what still is an answer and not a dump
+constexpr std::size_t maxPathBytes = 65'536;
+
+void refuseOverlong(std::string_view what, std::size_t bytes, std::size_t maxBytes) {
+    if (bytes > maxBytes)
+        throw util::Exception(fmt::format("The {} is longer than {} bytes.", what, maxBytes));
+}
+
+// The cover is not less worth for lack of a place to keep its PNG, so a failure costs only the next show its
+// speed.
+void keepRendition(app::OpenStore& open, const std::string& hash, const util::Buffer& png) {
+    try {
+        open.store->keepRendition(hash, png.bytes(), open.parameters.number("renditionCacheBytes"));
+    } catch (const std::exception& e) {
+        util::logLine(fmt::format("rendition {}: {}", hash, e.what()));
+    }
+}
+
+std::optional<util::Buffer> deliverable(app::OpenStore& open, const store::ImageInfo& info) {
+    store::CoverStore& store = *open.store;
+    if (info.shownAsReceived) return store.image(info.hash);
+    if (std::optional<util::Buffer> kept = store.rendition(info.hash)) return kept;
+    const std::optional<util::Buffer> received = store.image(info.hash);
+    if (!received) return std::nullopt;
+    // What was accepted once is shown, also after the limits have been lowered.
+    util::Buffer png = util::ImageContent::rendition(
+        received->bytes(),
+        {.maxBytes = received->size(), .maxPixels = std::numeric_limits<std::uint64_t>::max()});
+    keepRendition(open, info.hash, png);
+    return png;
+}
+
+int storeReceived(store::CoverStore& store, const store::Record& record, const util::ReceivedImage& received,
+                  bool replace) {
+    const util::ImageHeader& header = received.header;
+    const bool upright = header.orientation == 1;
+    return store.storeImage(
+        record,
+        {.bytes = received.bytes->bytes(),
+         .mimeType = std::string(util::mimeType(header.type)),
+         .widthPixels = header.orientation < 5 ? header.widthPixels : header.heightPixels,
+         .heightPixels = header.orientation < 5 ? header.heightPixels : header.widthPixels,
+         .shownAsReceived =
+             header.type == util::ImageType::Png && upright && header.usedBytes == received.bytes->size()},
+        replace ? store::IfPresent::Replace : store::IfPresent::Keep);
+}
+
+} // namespace
+
+struct CoverCache::Impl {
+    std::unique_ptr<app::OpenStore> opened;
+
+    app::OpenStore& open() const {
+        if (!opened) throw util::Exception("The cover cache has not been opened.");
+        return *opened;
+    }
+
+    store::CoverStore& store() const { return *open().store; }
+};
+
+CoverCache::CoverCache() : impl_(std::make_unique<Impl>()) {}
+
+CoverCache::~CoverCache() {
+    if (app::openStore() == impl_->opened.get()) app::setOpenStore(nullptr);
+}
+
+bool CoverCache::CheckDatabase() {
+    app::setUpLastWords();
+    const std::filesystem::path folder = store::stateFolder();
+    app::setUpXml(folder);
+    impl_->opened = std::make_unique<app::OpenStore>(std::make_unique<store::SqliteStore>(folder));
+    app::setOpenStore(impl_->opened.get());
+    return true;
+}
+
+bool CoverCache::GetImage(int id, util::Image* image) {
+    const std::optional<store::ImageInfo> info = impl_->store().cover(id);
+    if (!info) return false;
+    std::optional<util::Buffer> png = deliverable(impl_->open(), *info);
+    if (!png) return false; // another process has just replaced the cover
+    *image = util::ImageContent::fromPng(*std::move(png));
+    return true;
+}
+
+bool CoverCache::Lookup(SongInfo& song) {
+    if (!song.isValid()) return false;
+    store::CoverStore& store = impl_->store();
+    const store::Record record = app::recordOf(song);
+    std::optional<store::Entry> entry = store.findEntry(record);
+    if (!entry) entry = store.registerEntry(record);
+    app::complete(song, *entry);
+    return entry->image.has_value();
+}
+
+int CoverCache::Store(SongInfo& song, bool replace) {
+    if (!song.hasImage() || !song.isValid()) {
+        util::logLine(song.hasImage() ? "not stored: the record names no song"
+                                      : "not stored: there is no image");
+        return 0;
+    }
+    const int id =
+        storeReceived(impl_->store(), app::recordOf(song), app::receivedImage(*song.getImage()), replace);
+    song.setCacheId(id);
+    return id;
+}
+
+void CoverCache::ShowCurrentCover() {}
+
+std::string CoverCache::Query(std::string artist, std::string album, std::string title) {
+    store::CoverStore& store = impl_->store();
+    const std::uint64_t limit = std::min(impl_->open().parameters.number("queryLimit"), maxQueryLimit);
+    const store::SearchResult found = store.search(
+        {text::toUtf8(artist), text::toUtf8(album), text::toUtf8(title)}, static_cast<int>(limit));
+    std::vector<app::ListedEntry> listed;
+    for (const store::Entry& entry : found.entries)
+        listed.push_back({entry, store.jobs(entry.id)});
+    return app::queryDocument(listed, found.total);
+}
+
+std::string CoverCache::ShowEmpty() { return app::showEmptyDocument(impl_->store().emptyEntries()); }
+
+std::string CoverCache::ReadParameters() { return app::parametersDocument(impl_->store().parameters()); }
+
+void CoverCache::StoreParameter(std::string name, std::string value) {
+    refuseOverlong("name of the parameter", name.size(), maxParameterNameBytes);
+    refuseOverlong("value of the parameter", value.size(), maxParameterValueBytes);
+    impl_->store().setParameter({text::toUtf8(name), text::toUtf8(value)});
+}
+
+void CoverCache::DeleteParameter(std::string name) {
+    refuseOverlong("name of the parameter", name.size(), maxParameterNameBytes);
+    impl_->store().deleteParameter(text::toUtf8(name));
+}
+
+int CoverCache::WriteCoverTag(int id, std::string path, bool replace) {
+    refuseOverlong("path of the song file", path.size(), maxPathBytes);
+    return impl_->store().queueTagJob(id, path, replace);
+}
+
+int CoverCache::CreateDeleteJob(int id) { return impl_->store().queueDeleteJob(id); }

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "store/CoverStore.h"
+
+#include <string>
+#include <vector>
+
+namespace app {
+
+/** An entry of a query's answer with what is queued for it. */
+struct ListedEntry {
+    store::Entry entry;
+    std::vector<store::Job> jobs;
+};
+
+// The library's XML documents: UTF-8, well-formed whatever the texts are (docs/documents.md shows them).
+[[nodiscard]] std::string queryDocument(const std::vector<ListedEntry>& entries, std::int64_t total);
+[[nodiscard]] std::string showEmptyDocument(const std::vector<store::Entry>& entries);
+[[nodiscard]] std::string parametersDocument(const std::vector<store::Parameter>& parameters);
+
+} // namespace app

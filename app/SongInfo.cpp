@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+#include "app/SongInfo.h"
+
+#include "app/OpenStore.h"
+#include "text/StopWords.h"
+#include "util/Exception.h"
+#include "util/ImageContent.h"
+#include "util/Log.h"
+
+#include <fmt/format.h>
+
+#include <iostream>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+std::string textOf(const char* text) { return text == nullptr ? std::string() : std::string(text); }
+
+void dumpText(std::string& lines, std::string_view name, const std::string& value) {
+    if (!value.empty()) lines += fmt::format("  {}: {}\n", name, util::printable(value));
+}
+
+[[noreturn]] void notBuiltYet(std::string_view what) {
+    throw util::Exception(fmt::format("{} is not built yet.", what));
+}
+
+} // namespace
+
+SongInfo::SongInfo() = default;
+
+SongInfo::SongInfo(const char* ofArtist, const char* ofTitle, const char* ofAlbum)
+    : SongInfo(ofArtist, ofTitle, ofAlbum, false) {}
+
+SongInfo::SongInfo(const char* ofArtist, const char* ofTitle, const char* ofAlbum, bool onSampler)
+    : SongInfo(textOf(ofArtist), textOf(ofTitle), textOf(ofAlbum), onSampler) {}
+
+SongInfo::SongInfo(std::string ofArtist, std::string ofTitle, std::string ofAlbum)
+    : SongInfo(std::move(ofArtist), std::move(ofTitle), std::move(ofAlbum), false) {}
+
+SongInfo::SongInfo(std::string ofArtist, std::string ofTitle, std::string ofAlbum, bool onSampler)
+    : sampler(onSampler), artist(std::move(ofArtist)), title(std::move(ofTitle)), album(std::move(ofAlbum)) {}
+
+SongInfo::SongInfo(const SongInfo& other) = default;
+SongInfo& SongInfo::operator=(const SongInfo& other) = default;
+SongInfo::~SongInfo() = default;
+
+bool SongInfo::operator==(const SongInfo& other) const {
+    const auto bytesOf = [](const util::Image& of) {
+        const auto received = util::ImageContent::received(of);
+        return received.bytes ? std::string_view(reinterpret_cast<const char*>(received.bytes->data()),
+                                                 received.bytes->size())
+                              : std::string_view();
+    };
+    return guessScore == other.guessScore && albumGuessed == other.albumGuessed &&
+           imageUrlSearched == other.imageUrlSearched && sampler == other.sampler && artist == other.artist &&
+           title == other.title && album == other.album && genre == other.genre &&
+           songFilename == other.songFilename && uid == other.uid && imageUrl == other.imageUrl &&
+           cacheKey == other.cacheKey && image.width() == other.image.width() &&
+           image.height() == other.image.height() && bytesOf(image) == bytesOf(other.image);
+}
+
+bool SongInfo::operator!=(const SongInfo& other) const { return !(*this == other); }
+
+std::string SongInfo::getArtist() const { return artist; }
+std::string SongInfo::getTitle() const { return title; }
+std::string SongInfo::getAlbum() const { return album; }
+std::string SongInfo::getGenre() const { return genre; }
+std::string SongInfo::getFilename() const { return songFilename; }
+std::string SongInfo::getUid() const { return uid; }
+std::string SongInfo::getImageUrl() const { return imageUrl; }
+bool SongInfo::isSampler() const { return sampler; }
+bool SongInfo::isAlbumGuessed() const { return albumGuessed; }
+float SongInfo::getGuessScore() const { return guessScore; }
+int SongInfo::getCacheId() const { return cacheKey; }
+
+void SongInfo::setArtist(std::string value) { artist = std::move(value); }
+void SongInfo::setTitle(std::string value) { title = std::move(value); }
+void SongInfo::setAlbum(std::string value) { album = std::move(value); }
+void SongInfo::setGenre(std::string value) { genre = std::move(value); }
+void SongInfo::setFilename(std::string value) { songFilename = std::move(value); }
+void SongInfo::setUid(std::string value) { uid = std::move(value); }
+void SongInfo::setImageUrl(std::string value) { imageUrl = std::move(value); }
+void SongInfo::setSampler(bool value) { sampler = value; }
+void SongInfo::setCacheId(int value) { cacheKey = value; }
+
+bool SongInfo::isValid() const { return (!artist.empty() || sampler) && (!title.empty() || !album.empty()); }
+
+void SongInfo::Dump() const {
+    std::string lines;
+    dumpText(lines, "artist", artist);
+    dumpText(lines, "title", title);
+    dumpText(lines, "album", album);
+    dumpText(lines, "genre", genre);
+    dumpText(lines, "file", songFilename);
+    dumpText(lines, "uid", uid);
+    dumpText(lines, "image URL", imageUrl);
+    if (sampler) lines += "  sampler\n";
+    if (albumGuessed) lines += fmt::format("  album guessed, score {:.2f}\n", guessScore);
+    if (image.isValid()) lines += fmt::format("  image: {} x {}\n", image.width(), image.height());
+    if (cacheKey != 0) lines += fmt::format("  cache id: {}\n", cacheKey);
+    std::cerr << lines << std::flush; // in one piece, so that the lines of two processes don't mix
+}
+
+bool SongInfo::hasImage() const { return image.isValid(); }
+
+util::Image* SongInfo::getImage() { return &image; }
+
+void SongInfo::setImage(const void* data, unsigned int length) {
+    if (data == nullptr || length == 0) {
+        image = util::Image();
+        return;
+    }
+    const util::ImageLimits limits =
+        app::openStore() == nullptr ? util::ImageLimits{} : app::openStore()->parameters.imageLimits();
+    image = util::ImageContent::decode(std::span(static_cast<const std::byte*>(data), length), limits,
+                                       util::AcceptedTypes::JpegAndPng);
+}
+
+void SongInfo::setImage(util::Image newImage) { image = newImage; }
+
+bool SongInfo::loadImage(const char* path) { return image.load(path); }
+
+bool SongInfo::saveImage(const char* path) { return image.save(path); }
+
+std::string SongInfo::purgeStopWords(std::string text) const { return text::withoutStopWords(text); }
+
+bool SongInfo::loadImage() { notBuiltYet("Fetching a cover from a URL"); }
+bool SongInfo::hasEmbeddedImage() const { notBuiltYet("Reading the cover in a song file"); }
+bool SongInfo::WriteFolderJpeg(bool /*replace*/) { notBuiltYet("The cover beside a song file"); }
+bool SongInfo::HasFolderJpeg() const { notBuiltYet("The cover beside a song file"); }
+std::string SongInfo::getFolderJpegName() const { notBuiltYet("The cover beside a song file"); }
+std::string SongInfo::getCoverartInformation() { notBuiltYet("The search for covers"); }
+std::string SongInfo::guessAlbumNames() { notBuiltYet("The guessing of album names"); }
+std::string SongInfo::readAlbumSongs() { notBuiltYet("The list of an album's songs"); }
+bool SongInfo::GuessAlbumName() { notBuiltYet("The guessing of album names"); }
+bool SongInfo::SearchCoverart() { notBuiltYet("The search for covers"); }
+std::string SongInfo::MBAlbumSearch(std::string /*artist*/, std::string /*title*/) {
+    notBuiltYet("The search for albums");
+}
+std::string SongInfo::XMLAWSSearch(std::string /*artist*/, std::string /*album*/) {
+    notBuiltYet("The search for covers");
+}
+std::string SongInfo::XMLMBSearch(std::string /*artist*/, std::string /*album*/) {
+    notBuiltYet("The search for covers");
+}
+std::string SongInfo::getAmazonWebserviceURL(int /*page*/) { notBuiltYet("The search for covers"); }

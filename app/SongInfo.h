@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "util/Image.h"
+
+#include <string>
+
+/**
+ * One song's record: its tags, where its cover can be fetched from, its cover and its place in the cover
+ * cache. Texts are byte strings as they came; comparing and storing bring them to UTF-8. One thread at a
+ * time.
+ */
+class SongInfo {
+public:
+    SongInfo();
+    SongInfo(const char* artist, const char* title, const char* album);
+    SongInfo(const char* artist, const char* title, const char* album, bool sampler);
+    SongInfo(std::string artist, std::string title, std::string album);
+    SongInfo(std::string artist, std::string title, std::string album, bool sampler);
+    SongInfo(const SongInfo& other);
+    SongInfo& operator=(const SongInfo& other);
+    ~SongInfo();
+
+    /** By value, the image by its pixels' size and its encoded bytes. */
+    bool operator==(const SongInfo& other) const;
+    bool operator!=(const SongInfo& other) const;
+
+    std::string getArtist() const;
+    std::string getTitle() const;
+    std::string getAlbum() const;
+    std::string getGenre() const;
+    std::string getFilename() const;
+    std::string getUid() const;
+    std::string getImageUrl() const;
+    bool isSampler() const;
+    bool isAlbumGuessed() const;
+    float getGuessScore() const;
+
+    /** The record's id in the cover cache; 0 while it has none. */
+    int getCacheId() const;
+
+    void setArtist(std::string artist);
+    void setTitle(std::string title);
+    void setAlbum(std::string album);
+    void setGenre(std::string genre);
+    void setFilename(std::string filename);
+    void setUid(std::string uid);
+    void setImageUrl(std::string imageUrl);
+    void setSampler(bool sampler);
+    void setCacheId(int cacheId);
+
+    /** True when the record names a song or an album: an artist (or a sampler) and a title or an album. */
+    bool isValid() const;
+
+    /** Writes the record to standard error, one short line a field that is set. */
+    void Dump() const;
+
+    bool hasImage() const;
+
+    /** The held image, valid as long as the record. */
+    util::Image* getImage();
+
+    /**
+     * Decodes JPEG or PNG bytes, of which it keeps a copy; drops the image when there are none.
+     * @throws util::Exception when they are no such image, damaged, or over `maxImageBytes` or
+     * `maxImagePixels`
+     */
+    void setImage(const void* data, unsigned int length);
+    void setImage(util::Image image);
+
+    /** Fetches the image at the record's image URL. @return false when that fails */
+    bool loadImage();
+
+    /** Reads the image file `path`. @return false when that fails */
+    bool loadImage(const char* path);
+
+    /** Writes the image to `path` (util::Image::save). */
+    bool saveImage(const char* path);
+
+    /** True when the song's own file carries a front cover. */
+    bool hasEmbeddedImage() const;
+
+    /** Writes the cover as JPEG beside the song's file. @param replace also where there is one already */
+    bool WriteFolderJpeg(bool replace);
+    bool HasFolderJpeg() const;
+
+    /** The path of the cover beside the song's file; empty while the record has no file name. */
+    std::string getFolderJpegName() const;
+
+    /** A document with suggestions for a cover. @throws util::Exception */
+    std::string getCoverartInformation();
+
+    /** A document with the albums that the song may come from. @throws util::Exception */
+    std::string guessAlbumNames();
+
+    /** A document with the songs of the record's album. @throws util::Exception */
+    std::string readAlbumSongs();
+
+    bool GuessAlbumName();
+    bool SearchCoverart();
+    std::string MBAlbumSearch(std::string artist, std::string title);
+    std::string XMLAWSSearch(std::string artist, std::string album);
+    std::string XMLMBSearch(std::string artist, std::string album);
+    std::string getAmazonWebserviceURL(int page);
+
+    /** `text` without the words that tell editions apart but not songs: "the", "(remastered)", "disc 2",
+     * "feat. ...". */
+    std::string purgeStopWords(std::string text) const;
+
+private:
+    float guessScore = 0.0F;
+    bool albumGuessed = false;
+    bool imageUrlSearched = false;
+    bool sampler = false;
+    std::string artist;
+    std::string title;
+    std::string album;
+    std::string genre;
+    std::string songFilename;
+    std::string uid;
+    std::string imageUrl;
+    util::Image image;
+    int cacheKey = 0;
+};

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "app/SongRecord.h"
+
+#include "text/Utf8.h"
+#include "util/Exception.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace app {
+namespace {
+
+// Longer than any name; a text beyond it is an attack or a mistake, and would bloat the index.
+constexpr std::size_t maxTextBytes = 4096;
+
+std::string kept(std::string_view what, const std::string& text) {
+    if (text.size() > maxTextBytes)
+        throw util::Exception(fmt::format("The {} is longer than {} bytes.", what, maxTextBytes));
+    return text::toUtf8(text);
+}
+
+} // namespace
+
+store::Record recordOf(const SongInfo& song) {
+    return {.artist = kept("artist", song.getArtist()),
+            .title = kept("title", song.getTitle()),
+            .album = kept("album", song.getAlbum()),
+            .genre = kept("genre", song.getGenre()),
+            .songFilename = kept("file name", song.getFilename()),
+            .uid = kept("unique id", song.getUid()),
+            .imageUrl = kept("image URL", song.getImageUrl()),
+            .sampler = song.isSampler()};
+}
+
+void complete(SongInfo& song, const store::Entry& entry) {
+    const store::Record& record = entry.record;
+    song.setCacheId(entry.id);
+    if (song.getArtist().empty()) song.setArtist(record.artist);
+    if (song.getTitle().empty()) song.setTitle(record.title);
+    if (song.getAlbum().empty()) song.setAlbum(record.album);
+    if (song.getGenre().empty()) song.setGenre(record.genre);
+    if (song.getFilename().empty()) song.setFilename(record.songFilename);
+    if (song.getUid().empty()) song.setUid(record.uid);
+    if (song.getImageUrl().empty()) song.setImageUrl(record.imageUrl);
+}
+
+util::ReceivedImage receivedImage(util::Image& image) {
+    util::ReceivedImage received = util::ImageContent::received(image);
+    if (received.bytes) return received;
+    void* data = nullptr;
+    std::size_t size = 0;
+    if (!image.getRawPNG(&data, size)) throw util::Exception("The cover could not be encoded as PNG.");
+    received.bytes = std::make_shared<const util::Buffer>(data, size);
+    received.header = {.type = util::ImageType::Png,
+                       .widthPixels = image.width(),
+                       .heightPixels = image.height(),
+                       .orientation = 1,
+                       .usedBytes = size};
+    return received;
+}
+
+} // namespace app
