@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "store/Renditions.h"
 
-#include "store/FileDescriptor.h"
 #include "util/Exception.h"
+#include "util/File.h"
 #include "util/Log.h"
 
 #include <fcntl.h>
@@ -25,30 +25,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view extension = ".png";
-constexpr std::string_view temporaryExtension = ".tmp";
+constexpr std::size_t maxFileBytes = std::size_t{1} << 30U;
 constexpr std::time_t useIsNotedAfterSeconds = 60;
 constexpr std::time_t temporaryIsStaleAfterSeconds = 600;
-
-bool readWhole(int file, std::byte* data, std::size_t size) {
-    while (size > 0) {
-        const ssize_t got = ::read(file, data, size);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        data += got;
-        size -= static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-bool writeWhole(int file, std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t put = ::write(file, bytes.data(), bytes.size());
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(put));
-    }
-    return true;
-}
 
 // Files are flushed before they get their name, so this only guards against what befell them later.
 bool isWholePng(std::span<const std::byte> bytes) {
@@ -75,10 +54,10 @@ std::vector<KeptFile> filesIn(const fs::path& folder) {
     for (const fs::directory_entry& file : fs::directory_iterator(folder)) {
         struct stat status {};
         if (::stat(file.path().c_str(), &status) != 0) continue; // another process dropped it meanwhile
-        const std::string kind = file.path().extension();
-        if (kind == temporaryExtension && now - status.st_mtime > temporaryIsStaleAfterSeconds)
+        const std::string name = file.path().filename();
+        if (name.starts_with(util::temporaryPrefix) && now - status.st_mtime > temporaryIsStaleAfterSeconds)
             ::unlink(file.path().c_str()); // its writer was killed
-        if (kind == extension)
+        if (name.ends_with(extension))
             files.push_back(
                 {file.path(), static_cast<std::uint64_t>(status.st_size), nanoseconds(status.st_mtim)});
     }
@@ -91,35 +70,27 @@ Renditions::Renditions(fs::path folder) : folder_(std::move(folder)) {}
 
 std::optional<util::Buffer> Renditions::find(const std::string& hash) const {
     const fs::path path = folder_ / (hash + std::string(extension));
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-    util::Buffer png(static_cast<std::size_t>(status.st_size));
-    if (!readWhole(file.get(), png.data(), png.size()) || !isWholePng(png.bytes())) {
-        util::logLine(fmt::format("rendition {} is damaged and is made again", hash));
+    if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+    try {
+        util::Buffer png = util::readFile(path.c_str(), maxFileBytes);
+        if (!isWholePng(png.bytes())) throw util::Exception("It is no whole PNG.");
+        const bool noted = std::time(nullptr) - status.st_mtime <= useIsNotedAfterSeconds;
+        if (!noted) ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0);
+        return png;
+    } catch (const util::Exception& failure) {
+        util::logLine(fmt::format("rendition {} is made again: {}", hash, failure.what()));
         ::unlink(path.c_str());
         return std::nullopt;
     }
-    if (std::time(nullptr) - status.st_mtime > useIsNotedAfterSeconds) ::futimens(file.get(), nullptr);
-    return png;
 }
 
 void Renditions::keep(const std::string& hash, std::span<const std::byte> png,
                       std::uint64_t maxTotalBytes) const {
-    if (png.size() > maxTotalBytes) return;
+    if (png.size() > std::min<std::uint64_t>(maxTotalBytes, maxFileBytes)) return;
     std::error_code ignored; // what matters is whether the file can be written
     fs::create_directory(folder_, ignored);
-    const fs::path path = folder_ / (hash + std::string(extension));
-    const fs::path temporary = folder_ / fmt::format("{}.{}{}", hash, ::getpid(), temporaryExtension);
-    const FileDescriptor file(
-        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!file || !writeWhole(file.get(), png) || ::fdatasync(file.get()) != 0 ||
-        ::rename(temporary.c_str(), path.c_str()) != 0) {
-        const int error = errno;
-        ::unlink(temporary.c_str());
-        throw util::Exception(
-            fmt::format("The PNG of a cover could not be kept: {}.", std::generic_category().message(error)));
-    }
+    util::replaceFile((folder_ / (hash + std::string(extension))).c_str(), png);
     dropLeastRecentlyUsed(maxTotalBytes);
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "store/SqliteConnection.h"
 
-#include "store/FileDescriptor.h"
 #include "store/SqliteSchema.h"
 #include "util/Exception.h"
+#include "util/FileDescriptor.h"
 #include "util/Log.h"
 
 #include <fcntl.h>
@@ -38,7 +38,8 @@ bool isWal(SQLite::Database& database) {
 void enterWalMode(SQLite::Database& database, const std::filesystem::path& file) {
     if (isWal(database)) return;
     const std::filesystem::path lockFile = file.string() + ".lock";
-    const FileDescriptor lock(::open(lockFile.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const util::FileDescriptor lock(
+        ::open(lockFile.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!lock || ::flock(lock.get(), LOCK_EX) != 0)
         throw util::Exception("The state folder can't be locked while the cover store is made.");
     if (isWal(database)) return;

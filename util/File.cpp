@@ -2,6 +2,7 @@
 #include "util/File.h"
 
 #include "util/Exception.h"
+#include "util/FileDescriptor.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -22,20 +23,6 @@ namespace {
 [[noreturn]] void fail(std::string_view what) {
     throw Exception(fmt::format("The file can't be {}: {}.", what, std::generic_category().message(errno)));
 }
-
-/** An open file, closed at the end. */
-class Descriptor {
-public:
-    explicit Descriptor(int fd) noexcept : fd_(fd) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { ::close(fd_); }
-
-    [[nodiscard]] int get() const noexcept { return fd_; }
-
-private:
-    int fd_;
-};
 
 /** Reads up to `target.size()` bytes. @return how many there were */
 std::size_t readUpTo(int fd, std::span<std::byte> target) {
@@ -61,10 +48,10 @@ void writeAll(int fd, std::span<const std::byte> bytes) {
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::filesystem::path& folder)
-        : path_(folder /
-                fmt::format(".sleevery-{:08x}{:08x}", std::random_device{}(), std::random_device{}())),
+        : path_(folder / fmt::format("{}{:08x}{:08x}", temporaryPrefix, std::random_device{}(),
+                                     std::random_device{}())),
           file_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {
-        if (file_.get() < 0) fail("created");
+        if (!file_) fail("created");
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -84,16 +71,16 @@ public:
 
 private:
     std::filesystem::path path_;
-    Descriptor file_;
+    FileDescriptor file_;
     bool renamed_ = false;
 };
 
 } // namespace
 
 Buffer readFile(const char* path, std::size_t maxBytes) {
-    const Descriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const FileDescriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status = {};
-    if (file.get() < 0 || ::fstat(file.get(), &status) != 0) fail("opened");
+    if (!file || ::fstat(file.get(), &status) != 0) fail("opened");
     if (!S_ISREG(status.st_mode)) throw Exception("This is not a regular file.");
     const auto size = static_cast<std::uint64_t>(status.st_size);
     if (size > maxBytes) throw Exception(fmt::format("The file is larger than {} bytes.", maxBytes));

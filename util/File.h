@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string_view>
 
 namespace util {
 
@@ -13,6 +14,9 @@ namespace util {
  * @throws util::Exception when it can't be read or has more than `maxBytes`
  */
 [[nodiscard]] Buffer readFile(const char* path, std::size_t maxBytes);
+
+/** How the names of unfinished files begin: what a killed writer left behind is known by it. */
+inline constexpr std::string_view temporaryPrefix = ".sleevery-";
 
 /**
  * Writes `bytes` to disk beside `path` and renames that file to `path`, so that there is the old file or the

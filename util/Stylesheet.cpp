@@ -40,12 +40,14 @@ std::string Stylesheet::apply(xmlDoc& source) {
     transform->xpathCtxt->opLimit = maxOperations;
 
     allowance_.watch(transform.get());
-    const XmlDoc result(xsltApplyStylesheetUser(compiled_.get(), &source, nullptr, nullptr, nullptr, transform.get()));
+    const XmlDoc result(
+        xsltApplyStylesheetUser(compiled_.get(), &source, nullptr, nullptr, nullptr, transform.get()));
     allowance_.watch(nullptr);
     std::string text;
-    if (result && transform->state == XSLT_STATE_OK) text = serialise(*result);
-    if (allowance_.exceeded()) throw Exception("The stylesheet needs too much memory, or its tree is too deep.");
-    if (!result || transform->state != XSLT_STATE_OK) throw Exception("The stylesheet failed.");
+    if (result) text = serialise(*result);
+    if (allowance_.exceeded())
+        throw Exception("The stylesheet needs too much memory, or its tree is too deep.");
+    if (!result) throw Exception("The stylesheet failed.");
     return text;
 }
 

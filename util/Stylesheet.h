@@ -14,9 +14,9 @@
 namespace util {
 
 /**
- * A stylesheet in a sandbox: it reads nothing but the files below its own folder, writes nothing, never goes to the network,
- * and what it may spend on memory, stack and instructions is limited. What libxslt says goes to the XmlMessages of
- * the moment. Lives and dies on one thread, and there at most one at a time.
+ * A stylesheet in a sandbox: it reads nothing but the files below its own folder, writes nothing, never goes
+ * to the network, and what it may spend on memory, stack and instructions is limited. What libxslt says goes
+ * to the XmlMessages of the moment. Lives and dies on one thread, and there at most one at a time.
  */
 class Stylesheet {
 public:
@@ -24,8 +24,8 @@ public:
     explicit Stylesheet(const std::filesystem::path& path);
 
     /**
-     * The result, serialised as the stylesheet wants it; may be empty. White space in `source` is stripped where the
-     * stylesheet asks for that.
+     * The result, serialised as the stylesheet wants it; may be empty. White space in `source` is stripped
+     * where the stylesheet asks for that.
      * @throws util::Exception
      */
     [[nodiscard]] std::string apply(xmlDoc& source);

@@ -20,23 +20,22 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t maxFileBytes = std::size_t{4} * 1024 * 1024;
 constexpr std::size_t maxBytesInAll = 4 * maxFileBytes;
-constexpr std::size_t maxFiles = 64; // a link to its own folder lets a stylesheet import itself under ever new names
+// One file can be asked for under ever new names, with a "?" and a number behind it, say.
+constexpr std::size_t maxFiles = 64;
 
-// Entities that a stylesheet declares for itself are replaced, within libxml2's bounds for what they may grow to.
+// The entities that a stylesheet declares are replaced, within libxml2's bounds for what they may grow to.
 constexpr int parseOptions = XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_NONET;
 
 bool isBelow(const fs::path& path, const fs::path& folder) {
     return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
 }
 
-bool hasScheme(std::string_view name) {
-    constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-    const std::size_t end = name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+.-");
-    return end != std::string_view::npos && name[end] == ':' && letters.find(name.front()) != std::string_view::npos;
-}
+/** A colon ahead of any slash is what an address looks like. */
+bool isAddress(std::string_view name) { return name.find(':') < name.find('/'); }
 
 std::string toUri(const fs::path& path) {
-    const XmlText uri(xmlURIEscapeStr(reinterpret_cast<const xmlChar*>(path.c_str()), reinterpret_cast<const xmlChar*>("/")));
+    const XmlText uri(xmlURIEscapeStr(reinterpret_cast<const xmlChar*>(path.c_str()),
+                                      reinterpret_cast<const xmlChar*>("/")));
     if (!uri) throw std::bad_alloc();
     return reinterpret_cast<const char*>(uri.get());
 }
@@ -54,7 +53,7 @@ fs::path toPath(const xmlChar* text) {
 fs::path findStylesheet(const char* name, const std::vector<fs::path>& folders) {
     const std::string_view text = name == nullptr ? "" : name;
     if (text.empty() || text.size() >= PATH_MAX) throw Exception("This is no file name.");
-    if (hasScheme(text)) throw Exception("Addresses are not fetched, only files are read.");
+    if (isAddress(text)) throw Exception("Addresses are not fetched, only files are read.");
     std::error_code error;
     if (const fs::path path(text); path.is_absolute()) {
         fs::path found = fs::canonical(path, error);
@@ -73,9 +72,7 @@ fs::path findStylesheet(const char* name, const std::vector<fs::path>& folders) 
 StylesheetFiles::StylesheetFiles(fs::path stylesheet)
     : stylesheet_(std::move(stylesheet)), filesLeft_(maxFiles), bytesLeft_(maxBytesInAll) {}
 
-XmlDoc StylesheetFiles::readStylesheet() {
-    return parse(stylesheet_, toUri(stylesheet_).c_str(), nullptr);
-}
+XmlDoc StylesheetFiles::readStylesheet() { return parse(stylesheet_, toUri(stylesheet_).c_str(), nullptr); }
 
 XmlDoc StylesheetFiles::read(const xmlChar* uri, xmlDictPtr dict) {
     std::error_code error;
@@ -99,7 +96,8 @@ XmlDoc StylesheetFiles::parse(const fs::path& path, const char* uri, xmlDictPtr 
         xmlDictFree(reader->dict);
         reader->dict = dict;
     }
-    XmlDoc document(xmlCtxtReadMemory(reader.get(), reinterpret_cast<const char*>(content.data()), static_cast<int>(content.size()), uri, nullptr, parseOptions));
+    XmlDoc document(xmlCtxtReadMemory(reader.get(), reinterpret_cast<const char*>(content.data()),
+                                      static_cast<int>(content.size()), uri, nullptr, parseOptions));
     if (!document) throw Exception("The file is no well-formed XML.");
     return document;
 }

@@ -29,9 +29,7 @@ StylesheetFolders& stylesheetFolders() {
     return folders;
 }
 
-const xmlChar* toXml(const std::string& text) {
-    return reinterpret_cast<const xmlChar*>(text.c_str());
-}
+const xmlChar* toXml(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
 void refuseDtd(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) noexcept {
     auto* reader = static_cast<xmlParserCtxtPtr>(parser);
@@ -40,53 +38,52 @@ void refuseDtd(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) noe
 }
 
 XmlDoc read(const std::string& document) {
-    if (document.size() > maxDocumentBytes) throw Exception("it is too large");
+    if (document.size() > maxDocumentBytes) throw Exception("It is too large.");
     const XmlReader reader(xmlNewParserCtxt());
     if (!reader) throw std::bad_alloc();
     reader->sax->internalSubset = refuseDtd;
-    XmlDoc parsed(xmlCtxtReadMemory(reader.get(), document.data(), static_cast<int>(document.size()), nullptr, nullptr, XML_PARSE_NONET));
-    if (reader->errNo == XML_ERR_USER_STOP) throw Exception("it has a document type declaration");
-    if (!parsed) throw Exception("it is not well-formed");
+    XmlDoc parsed(xmlCtxtReadMemory(reader.get(), document.data(), static_cast<int>(document.size()), nullptr,
+                                    nullptr, XML_PARSE_NONET));
+    if (reader->errNo == XML_ERR_USER_STOP) throw Exception("It has a document type declaration.");
+    if (!parsed) throw Exception("It is not well-formed.");
     // For libxml2 a document ends at a zero byte, whatever follows.
-    if (reader->input == nullptr || reader->input->cur != reader->input->end) throw Exception("something follows its end");
+    if (reader->input == nullptr || reader->input->cur != reader->input->end)
+        throw Exception("Something follows its end.");
     return parsed;
 }
 
 std::string transformed(xmlDocPtr document, const char* stylesheet) {
     if (document == nullptr) throw Exception("There is no document to transform.");
+    const StylesheetFolders& folders = stylesheetFolders();
+    const auto path = findStylesheet(stylesheet, folders ? folders() : std::vector<std::filesystem::path>{});
     const XmlDoc source(xmlCopyDoc(document, 1)); // a stylesheet may strip white space from it
     if (!source) throw std::bad_alloc();
-    const StylesheetFolders& folders = stylesheetFolders();
-    Stylesheet style(findStylesheet(stylesheet, folders ? folders() : std::vector<std::filesystem::path>{}));
-    std::string result = style.apply(*source);
+    std::string result = Stylesheet(path).apply(*source);
     if (result.empty()) throw Exception("The result is empty.");
     return result;
 }
 
+std::string take(xmlChar* text) {
+    const XmlText owner(text);
+    if (text == nullptr) throw std::bad_alloc();
+    return reinterpret_cast<const char*>(text);
+}
+
 std::vector<std::string> stringValues(xmlXPathObject& found) {
-    if (found.type != XPATH_NODESET) {
-        const XmlText text(xmlXPathCastToString(&found));
-        return {reinterpret_cast<const char*>(text.get())};
-    }
+    if (found.type != XPATH_NODESET) return {take(xmlXPathCastToString(&found))};
     std::vector<std::string> values;
-    xmlXPathNodeSetSort(found.nodesetval);
-    for (int i = 0; i < xmlXPathNodeSetGetLength(found.nodesetval); ++i) {
-        const XmlText text(xmlXPathCastNodeToString(xmlXPathNodeSetItem(found.nodesetval, i)));
-        if (!text) throw std::bad_alloc();
-        values.emplace_back(reinterpret_cast<const char*>(text.get()));
-    }
+    const int count = xmlXPathNodeSetGetLength(found.nodesetval);
+    values.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        values.push_back(take(xmlXPathCastNodeToString(xmlXPathNodeSetItem(found.nodesetval, i))));
     return values;
 }
 
 } // namespace
 
-XMLParser::XMLParser() {
-    setUpXmlLibraries();
-}
+XMLParser::XMLParser() { setUpXmlLibraries(); }
 
-XMLParser::~XMLParser() {
-    xmlFreeDoc(document_);
-}
+XMLParser::~XMLParser() { xmlFreeDoc(document_); }
 
 void XMLParser::setUp(StylesheetFolders folders) {
     setUpXmlLibraries();
@@ -98,10 +95,17 @@ std::string XMLParser::encode(std::string value) {
     encoded.reserve(value.size());
     for (const char c : value) {
         switch (c) {
-        case '&': encoded += "&amp;"; break;
-        case '<': encoded += "&lt;"; break;
-        case '>': encoded += "&gt;"; break;
-        default: encoded += c;
+        case '&':
+            encoded += "&amp;";
+            break;
+        case '<':
+            encoded += "&lt;";
+            break;
+        case '>':
+            encoded += "&gt;";
+            break;
+        default:
+            encoded += c;
         }
     }
     return encoded;
@@ -131,7 +135,8 @@ std::string XMLParser::transform(const char* stylesheet) {
         return result;
     } catch (const std::exception& failure) {
         const std::string said = messages.line();
-        logLine(fmt::format("stylesheet \"{}\": {}{}{}", name, failure.what(), said.empty() ? "" : " ", said));
+        logLine(
+            fmt::format("stylesheet \"{}\": {}{}{}", name, failure.what(), said.empty() ? "" : " ", said));
         return {};
     }
 }
@@ -143,7 +148,8 @@ std::vector<std::string> XMLParser::select(const std::string& xpath, const Names
     if (!context) throw std::bad_alloc();
     context->opLimit = maxXPathOperations;
     for (const auto& [prefix, uri] : namespaces) {
-        if (xmlXPathRegisterNs(context.get(), toXml(prefix), toXml(uri)) != 0) throw Exception("A namespace prefix is wrong.");
+        if (xmlXPathRegisterNs(context.get(), toXml(prefix), toXml(uri)) != 0)
+            throw Exception("A namespace prefix is wrong.");
     }
     const XPathObject found(xmlXPathEvalExpression(toXml(xpath), context.get()));
     if (!found) {

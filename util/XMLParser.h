@@ -16,8 +16,9 @@ namespace util {
 using StylesheetFolders = std::function<std::vector<std::filesystem::path>()>;
 
 /**
- * One XML document: parsed, transformed by a stylesheet, asked with XPath. It never touches the network, expands no external
- * entities and refuses documents with a DTD. Neither copied nor moved; one thread at a time, each with its own object.
+ * One XML document: parsed, transformed by a stylesheet, asked with XPath. It never touches the network,
+ * expands no external entities and refuses documents with a DTD. Neither copied nor moved; one thread at a
+ * time, each with its own object.
  */
 class XMLParser {
 public:
@@ -29,13 +30,21 @@ public:
     XMLParser& operator=(const XMLParser&) = delete;
     ~XMLParser();
 
-    /** Sets up libxml2 and libxslt for the whole process; to be called before there is a second thread. */
+    /**
+     * Sets up libxml2 and libxslt for the whole process and remembers `folders`, which every transform asks;
+     * to be called before there is a second thread. Without it there are no folders, and all limits hold
+     * nonetheless.
+     */
     static void setUp(StylesheetFolders folders);
 
     /** `value` as XML character data: ampersand and angle brackets escaped, every other byte as it is. */
     static std::string encode(std::string value);
 
-    /** Parses one whole document in the encoding that it declares. False when it is not well-formed. */
+    /**
+     * Parses one whole document of up to 64 MiB in the encoding that it declares, in the place of the one
+     * before.
+     * @return false when it is not well-formed or refused, with a line on standard error that says why
+     */
     bool parse(std::string document);
 
     /**
@@ -46,10 +55,12 @@ public:
     std::string transform(const char* stylesheet);
 
     /**
-     * The string values of the nodes that `xpath` selects, in document order; of a number, string or boolean its one value.
+     * The string values of the nodes that `xpath` selects, in document order; of a number, string or boolean
+     * its one value.
      * @throws util::Exception when no document is held or the expression is wrong
      */
-    [[nodiscard]] std::vector<std::string> select(const std::string& xpath, const Namespaces& namespaces = {}) const;
+    [[nodiscard]] std::vector<std::string> select(const std::string& xpath,
+                                                  const Namespaces& namespaces = {}) const;
 
 private:
     xmlDocPtr document_ = nullptr;

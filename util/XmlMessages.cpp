@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "util/XmlMessages.h"
 
-#include <fmt/format.h>
 #include <libxml/globals.h>
 #include <libxslt/xsltutils.h>
 
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <string_view>
 
@@ -17,21 +17,26 @@ namespace {
 
 constexpr std::size_t maxTextBytes = 400;
 
-using MessageBuffer = std::array<char, maxTextBytes>;
+using Message = std::array<char, maxTextBytes>;
 
-std::string_view fileName(const char* url) {
-    const std::string_view path = url;
-    return path.substr(path.find_last_of('/') + 1);
+const char* fileName(const char* url) noexcept {
+    const char* slash = std::strrchr(url, '/');
+    return slash == nullptr ? url : slash + 1;
+}
+
+void format(Message& message, const char* pattern, std::va_list arguments) noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the callers have started it
+    if (std::vsnprintf(message.data(), message.size(), pattern, arguments) < 0) message.front() = '\0';
 }
 
 // NOLINTNEXTLINE(cert-dcl50-cpp): the signature that libxslt calls
 void passOn(void*, const char* pattern, ...) noexcept {
-    MessageBuffer buffer{};
+    Message message{};
     std::va_list arguments; // NOLINT(cppcoreguidelines-init-variables)
     va_start(arguments, pattern);
-    const int length = std::vsnprintf(buffer.data(), buffer.size(), pattern, arguments);
+    format(message, pattern, arguments);
     va_end(arguments);
-    if (length > 0) xmlGenericError(xmlGenericErrorContext, "%s", buffer.data());
+    xmlGenericError(xmlGenericErrorContext, "%s", message.data());
 }
 
 } // namespace
@@ -48,9 +53,7 @@ XmlMessages::~XmlMessages() {
     xmlSetStructuredErrorFunc(previousErrorContext_, previousOnError_);
 }
 
-void XmlMessages::joinXslt() noexcept {
-    xsltSetGenericErrorFunc(nullptr, passOn);
-}
+void XmlMessages::joinXslt() noexcept { xsltSetGenericErrorFunc(nullptr, passOn); }
 
 std::string XmlMessages::line() const {
     std::string line;
@@ -67,29 +70,24 @@ std::string XmlMessages::line() const {
 
 void XmlMessages::onError(void* self, xmlErrorPtr error) noexcept {
     if (error == nullptr || error->message == nullptr) return;
-    MessageBuffer where{};
-    if (error->line > 0) {
-        const std::string_view file = fileName(error->file == nullptr ? "" : error->file);
-        *fmt::format_to_n(where.data(), where.size() - 1, "{}{}line {}: ", file, file.empty() ? "" : " ", error->line).out = '\0';
-    }
-    static_cast<XmlMessages*>(self)->add(where.data());
+    if (error->line > 0 && error->file != nullptr) onText(self, "%s ", fileName(error->file));
+    if (error->line > 0) onText(self, "line %d: ", error->line);
     static_cast<XmlMessages*>(self)->add(error->message);
 }
 
 // NOLINTNEXTLINE(cert-dcl50-cpp): the signature that libxml2 calls
 void XmlMessages::onText(void* self, const char* pattern, ...) noexcept {
-    MessageBuffer buffer{};
+    Message message{};
     std::va_list arguments; // NOLINT(cppcoreguidelines-init-variables)
     va_start(arguments, pattern);
-    const int length = std::vsnprintf(buffer.data(), buffer.size(), pattern, arguments);
+    format(message, pattern, arguments);
     va_end(arguments);
-    if (length > 0) static_cast<XmlMessages*>(self)->add(buffer.data());
+    static_cast<XmlMessages*>(self)->add(message.data());
 }
 
-void XmlMessages::add(const char* text) noexcept {
-    if (text_.size() >= maxTextBytes) return;
+void XmlMessages::add(std::string_view text) noexcept {
     try {
-        text_ += std::string_view(text).substr(0, maxTextBytes - text_.size());
+        text_ += text.substr(0, maxTextBytes - text_.size());
     } catch (const std::exception&) {
         return; // out of memory: the message is lost, the failure itself is not
     }

@@ -4,12 +4,14 @@
 #include <libxml/xmlerror.h>
 
 #include <string>
+#include <string_view>
 
 namespace util {
 
 /**
- * While it lives it catches what libxml2 and libxslt have to say on this thread, which would go to standard error
- * piece by piece otherwise; afterwards the functions that were there before are back. Neither copied nor moved.
+ * While it lives it catches what libxml2 and libxslt have to say on this thread, which would go to standard
+ * error piece by piece otherwise; afterwards the functions that were there before are back. Neither copied
+ * nor moved.
  */
 class XmlMessages {
 public:
@@ -18,7 +20,8 @@ public:
     XmlMessages& operator=(const XmlMessages&) = delete;
     ~XmlMessages();
 
-    /** Lets libxslt, which knows only one function per process, speak to the one that libxml2 keeps per thread. */
+    /** Lets libxslt, which knows only one function per process, speak to the one that libxml2 keeps per
+     * thread. */
     static void joinXslt() noexcept;
 
     /** What was said first, as one line and cut where it gets long; empty when nothing was said. */
@@ -27,7 +30,7 @@ public:
 private:
     static void onError(void* self, xmlErrorPtr error) noexcept;
     static void onText(void* self, const char* pattern, ...) noexcept;
-    void add(const char* text) noexcept;
+    void add(std::string_view text) noexcept;
 
     std::string text_;
     xmlStructuredErrorFunc previousOnError_;

@@ -19,21 +19,22 @@ namespace util {
 
 namespace {
 
-xmlParserInputPtr refuseEntity(const char*, const char*, xmlParserCtxtPtr) noexcept {
-    return nullptr;
-}
+xmlParserInputPtr refuseEntity(const char*, const char*, xmlParserCtxtPtr) noexcept { return nullptr; }
 
 /** The files of the stylesheet for which libxslt loads something; null when it is none of ours. */
 StylesheetFiles* filesOf(void* context, xsltLoadType type) noexcept {
+    if (context == nullptr) return nullptr;
     if (type == XSLT_LOAD_DOCUMENT) {
         return static_cast<StylesheetFiles*>(static_cast<xsltTransformContextPtr>(context)->_private);
     }
     auto* style = static_cast<xsltStylesheetPtr>(context);
-    while (style->parent != nullptr) style = style->parent;
+    while (style->parent != nullptr)
+        style = style->parent;
     return static_cast<StylesheetFiles*>(style->_private);
 }
 
-/** A refusal is an error of the transform: an empty document in the place of the file would be a wrong result. */
+/** A refusal is an error of the transform: an empty document in the place of the file would be a wrong
+ * result. */
 void report(const xmlChar* uri, const char* reason, void* context, xsltLoadType type) noexcept {
     auto* transform = type == XSLT_LOAD_DOCUMENT ? static_cast<xsltTransformContextPtr>(context) : nullptr;
     auto* style = type == XSLT_LOAD_DOCUMENT ? nullptr : static_cast<xsltStylesheetPtr>(context);

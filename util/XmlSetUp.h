@@ -4,8 +4,8 @@
 namespace util {
 
 /**
- * Sets up libxml2 and libxslt for the whole process, the first time that it is called: no external entities, no
- * network, no files but those that StylesheetFiles gives out, nothing written. Thread-safe.
+ * Sets up libxml2 and libxslt for the whole process, the first time that it is called: no external entities,
+ * no network, no files but those that StylesheetFiles gives out, nothing written. Thread-safe.
  */
 void setUpXmlLibraries();
 

@@ -19,8 +19,8 @@ constexpr std::size_t maxHeldBytes = 256 * mebibyte;
 // libxslt looks at its limits between instructions only, and one of them can ask for far more than is left.
 constexpr std::size_t maxHeldBytesAtOnce = 2 * maxHeldBytes;
 
-// With all that was freed in between: bounds the time that goes into copying long texts. Short ones are still granted after
-// that, because libxml2 may crash where it gets no memory for the small things it works with.
+// With all that was freed in between: bounds the time that goes into copying long texts. Short ones are still
+// granted after that, because libxml2 may crash where it gets no memory for the small things it works with.
 constexpr std::size_t maxAllocatedBytes = 2048 * mebibyte;
 constexpr std::size_t maxShortBytes = mebibyte / 16;
 
@@ -33,21 +33,15 @@ std::uintptr_t stackPosition() noexcept {
 
 } // namespace
 
-// libxml2 has one allocator for the whole process and tells it no more than a size: only by the thread can the
-// allowance be found.
+// libxml2 has one allocator for the whole process and tells it no more than a size: only by the thread can
+// the allowance be found.
 thread_local XsltAllowance* XsltAllowance::current = nullptr;
 
-XsltAllowance::XsltAllowance() noexcept : stackStart_(stackPosition()) {
-    current = this;
-}
+XsltAllowance::XsltAllowance() noexcept : stackStart_(stackPosition()) { current = this; }
 
-XsltAllowance::~XsltAllowance() {
-    current = nullptr;
-}
+XsltAllowance::~XsltAllowance() { current = nullptr; }
 
-void XsltAllowance::install() noexcept {
-    xmlMemSetup(release, allocate, reallocate, duplicate);
-}
+void XsltAllowance::install() noexcept { xmlMemSetup(release, allocate, reallocate, duplicate); }
 
 // NOLINTBEGIN(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory): this is libxml2's allocator
 void* XsltAllowance::allocate(std::size_t bytes) noexcept {

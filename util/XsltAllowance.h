@@ -9,8 +9,9 @@
 namespace util {
 
 /**
- * What one stylesheet may use of memory and stack, from the allowance's creation to its end, on the thread that made it. libxslt
- * counts instructions only, and forty of them are enough to double a text to a terabyte. At most one a thread.
+ * What one stylesheet may use of memory and stack, from the allowance's creation to its end, on the thread
+ * that made it. libxslt counts instructions only, and forty of them are enough to double a text to a
+ * terabyte. At most one a thread.
  */
 class XsltAllowance {
 public:

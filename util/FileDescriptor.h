@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace store {
+namespace util {
 
 /** Owns an open descriptor, or none (-1). Move only. */
 class FileDescriptor {
@@ -29,4 +29,4 @@ private:
     int descriptor_;
 };
 
-} // namespace store
+} // namespace util
