@@ -1,0 +1,109 @@
+# SPDX-License-Identifier: MIT
+"""The real responder behind the real lighttpd, in a folder of its own, for as long as a `with` block lasts."""
+
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+
+import requests
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+RESPONDER = pathlib.Path(os.environ.get("RESPONDER", ROOT / "build/release/sleevery.fcgi"))
+TIMEOUT_SECONDS = 60
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class Server:
+    """lighttpd with `processes` responders on the state folder `state` (default: a new one that goes in the end).
+
+    `prefix` is a command that runs lighttpd, such as one that takes rights or space away from it.
+    """
+
+    def __init__(self, state=None, processes=2, prefix=(), environment=None):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="sleevery-e2e-"))
+        self.state = pathlib.Path(state) if state else self.folder / "state"
+        self.processes = processes
+        self.prefix = list(prefix)
+        self.environment = environment or {}
+        self.port = free_port()
+        self.log = self.folder / "stderr.log"
+        self.lighttpd = None
+
+    def __enter__(self):
+        try:
+            self.start()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def start(self):
+        self.folder.chmod(0o777)  # the rights of some tests are few
+        configuration = self.folder / "lighttpd.conf"
+        arguments = [self.port, self.processes, self.folder, self.state, RESPONDER]
+        configuration.write_bytes(subprocess.check_output([ROOT / "packaging/lighttpd-conf", *map(str, arguments)]))
+        with self.log.open("ab") as log:
+            self.lighttpd = subprocess.Popen(
+                [*self.prefix, "/usr/sbin/lighttpd", "-D", "-f", str(configuration)],
+                stdin=subprocess.DEVNULL, stdout=log, stderr=log, env={**os.environ, **self.environment},
+            )
+        self._wait_until_it_listens()
+
+    def _wait_until_it_listens(self):
+        # A connection is refused until lighttpd listens, and then answered, however long that takes.
+        while True:
+            try:
+                requests.get(self.url(""), timeout=TIMEOUT_SECONDS)
+                return
+            except requests.ConnectionError:
+                if self.lighttpd.poll() is not None:
+                    raise RuntimeError(f"lighttpd ended: {self.messages()}") from None
+
+    def stop(self):
+        if self.lighttpd is None:
+            return
+        self.lighttpd.send_signal(signal.SIGTERM)
+        self.lighttpd.wait(TIMEOUT_SECONDS)
+        self.lighttpd = None
+
+    def restart(self):
+        self.stop()
+        self.start()
+
+    def url(self, service):
+        return f"http://127.0.0.1:{self.port}/sleevery/{service}"
+
+    def get(self, service, **fields):
+        return requests.get(self.url(service), params=fields, timeout=TIMEOUT_SECONDS)
+
+    def upload(self, image, content_type="image/jpeg", name="cover.jpg", **fields):
+        return requests.post(self.url("upload"), data=fields, files={"image": (name, image, content_type)},
+                             timeout=TIMEOUT_SECONDS)
+
+    def messages(self):
+        """What lighttpd and the responders wrote to standard error so far."""
+        return self.log.read_text(errors="backslashreplace")
+
+    def responder_pids(self):
+        """The responders, that is, the children of multiwatch."""
+        children = lambda pid: [int(child) for child in pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
+        todo, found = [self.lighttpd.pid], []
+        while todo:
+            pid = todo.pop()
+            todo += children(pid)
+            if os.readlink(f"/proc/{pid}/exe") == str(RESPONDER.resolve()):
+                found.append(pid)
+        return found

@@ -1,0 +1,71 @@
+# SPDX-License-Identifier: MIT
+"""./run, as a person uses it."""
+
+import os
+import re
+import signal
+import subprocess
+
+import pytest
+import requests
+from answers import png_of, stored_key
+from pictures import png
+from server import ROOT, free_port
+
+
+@pytest.fixture
+def running(tmp_path):
+    port = free_port()
+    process = subprocess.Popen([ROOT / "run", "--port", str(port), "--state", str(tmp_path / "state"), "--processes", "1"],
+                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                               start_new_session=True)
+    said = []
+    for line in process.stdout:
+        said.append(line)
+        if "Ctrl-C" in line:
+            break
+    yield process, port, "".join(said)
+    if process.poll() is None:
+        os.killpg(process.pid, signal.SIGKILL)
+        process.wait()
+    process.stdout.close()
+
+
+def processes_naming(text):
+    return [pid for pid in filter(str.isdigit, os.listdir("/proc")) if text in command_line(pid)]
+
+
+def command_line(pid):
+    try:
+        with open(f"/proc/{pid}/environ", "rb") as environment, open(f"/proc/{pid}/cmdline", "rb") as command:
+            return (environment.read() + command.read()).decode(errors="replace")
+    except OSError:
+        return ""
+
+
+def test_prints_its_address_serves_and_stops_everything_on_ctrl_c(running, tmp_path):
+    process, port, said = running
+    address = re.search(r"http://\S+/sleevery/", said).group(0)
+    assert address == f"http://127.0.0.1:{port}/sleevery/"
+    answer = requests.post(address + "upload", data={"artist": "A", "title": "T"}, files={"image": ("c.png", png(), "image/png")}, timeout=60)
+    key = stored_key(answer)
+    assert png_of(requests.get(address + "show", params={"key": key}, timeout=60)) == png()
+    assert (tmp_path / "state").stat().st_mode & 0o777 == 0o700
+    os.killpg(process.pid, signal.SIGINT)
+    assert process.wait(60) == 130
+    with pytest.raises(requests.ConnectionError):
+        requests.get(address, timeout=60)
+    assert processes_naming(f"STATE_DIRECTORY={tmp_path}") == []
+
+
+def test_says_what_is_wrong_with_the_store_and_ends(tmp_path):
+    (tmp_path / "covers.db").write_bytes(b"garbage" * 5000)
+    done = subprocess.run([ROOT / "run", "--port", str(free_port()), "--state", str(tmp_path)], stdin=subprocess.DEVNULL,
+                          capture_output=True, text=True, timeout=120)
+    assert done.returncode == 1 and "The cover store is damaged" in done.stderr
+
+
+@pytest.mark.parametrize("arguments", [["--port"], ["--port", "x"], ["--processes", "0"], ["--no-such-option"]])
+def test_refuses_what_it_does_not_know(arguments):
+    done = subprocess.run([ROOT / "run", *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
+    assert done.returncode == 2 and done.stderr.startswith("./run: ")

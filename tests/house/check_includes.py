@@ -1,0 +1,86 @@
+# SPDX-License-Identifier: MIT
+"""Checks that includes go one way, and that the public headers stay free of C libraries.
+
+Run as a program, it prints what is wrong with the tree that it stands in, or that is given, and fails if anything is.
+"""
+
+import pathlib
+import re
+import sys
+
+# What the responder sees of the cover library. Each of these includes only others of them and the C++ library...
+PUBLIC_HEADERS = {
+    "app/CoverCache.h",
+    "app/SongInfo.h",
+    "util/Convert.h",
+    "util/Exception.h",
+    "util/Image.h",
+    "util/XMLParser.h",
+}
+# ... except where the interface itself has a C library's type.
+C_HEADERS = {"util/Image.h": ("gd.h",), "util/XMLParser.h": ("libxml/",)}
+
+RESPONDER_LIBRARIES = ("cgicc/", "fcgiapp.h", "fcgio.h")
+
+# The layers of the house and what none of their files may include.
+FORBIDDEN = {
+    "app": ("cgi/",),
+    "util": ("app/", "cgi/"),
+    "text": ("app/", "cgi/"),
+    "store": ("app/", "cgi/"),
+    "net": ("app/", "cgi/"),
+    "sources": ("app/", "cgi/"),
+    "tags": ("app/", "cgi/"),
+    "jobs": ("app/", "cgi/"),
+}
+
+INCLUDE = re.compile(r"^[ \t]*#[ \t]*include(?:_next)?\b[ \t]*(.*)", re.MULTILINE)
+TARGET = re.compile(r'([<"])([^>"]+)[>"]')
+CPP_LIBRARY = re.compile(r"[a-z0-9_]+")
+
+
+def complaint(file, bracket, target):
+    """What is wrong when the source `file` includes `target`; None if nothing is. Paths are given from the root."""
+    layer = file.split("/")[0]
+    own = bracket == '"'
+    if own and target.split("/")[0] not in {*FORBIDDEN, "cgi"}:
+        return "is not written from the root"
+    if not own and CPP_LIBRARY.fullmatch(target):
+        return None
+    if target.startswith(FORBIDDEN.get(layer, ())):
+        return f"is above {layer}/"
+    if layer == "cgi":
+        allowed = target in PUBLIC_HEADERS or target.startswith(("cgi/", *RESPONDER_LIBRARIES))
+        return None if allowed else "is not for the responder to see"
+    if file in PUBLIC_HEADERS:
+        allowed = target in PUBLIC_HEADERS or target.startswith(C_HEADERS.get(file, ()))
+        return None if allowed else "has no place in a public header"
+    return None
+
+
+def complaints(root):
+    """One line for each include that breaks a rule."""
+    found = []
+    for layer in [*FORBIDDEN, "cgi"]:
+        for path in sorted(root.glob(f"{layer}/**/*")):
+            if path.suffix not in (".h", ".cpp"):
+                continue
+            file = path.relative_to(root).as_posix()
+            for directive in INCLUDE.findall(path.read_text()):
+                include = TARGET.match(directive)
+                what = complaint(file, *include.groups()) if include else "can't be understood"
+                if what:
+                    found.append(f"{file}: {directive.strip()} {what}")
+    missing = [header for header in sorted(PUBLIC_HEADERS) if not (root / header).exists()]
+    return found + [f"{header}: is listed, but not there" for header in missing]
+
+
+def main():
+    root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parents[2]
+    found = complaints(root)
+    print("\n".join(found))
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+#include "app/Parameters.h"
+#include "store/SqliteStore.h"
+#include "tests/unit/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+TEST(Parameters, HaveTheirDefaultsWithoutAStore) {
+    app::Parameters parameters;
+    EXPECT_EQ(parameters.number("maxImageBytes"), 32U * 1024 * 1024);
+    EXPECT_EQ(parameters.number("maxImagePixels"), 64'000'000U);
+    EXPECT_EQ(parameters.text("stylesheetFolder"), "");
+}
+
+TEST(Parameters, AreReadAnewEachTime) {
+    const tests::TemporaryFolder folder;
+    store::SqliteStore store(folder.path());
+    app::Parameters parameters(&store);
+    store.setParameter({"queryLimit", "7"});
+    EXPECT_EQ(parameters.number("queryLimit"), 7U);
+    store.setParameter({"queryLimit", "8"});
+    EXPECT_EQ(parameters.number("queryLimit"), 8U);
+    store.deleteParameter("queryLimit");
+    EXPECT_EQ(parameters.number("queryLimit"), 100U);
+}
+
+TEST(Parameters, AValueThatCantBeUnderstoodIsReportedOnceAndTheDefaultHolds) {
+    const tests::TemporaryFolder folder;
+    store::SqliteStore store(folder.path());
+    app::Parameters parameters(&store);
+    for (const char* value : {"", "0", "-1", "7x", " 7", "1e3", "99999999999999999999", "many\n"}) {
+        store.setParameter({"queryLimit", value});
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(parameters.number("queryLimit"), 100U) << value;
+        EXPECT_EQ(parameters.number("queryLimit"), 100U) << value;
+        const std::string said = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_EQ(said.rfind("sleevery.fcgi: parameter queryLimit: ", 0), 0U) << said;
+    }
+}
+
+TEST(Parameters, AreDescribedAsTheyAre) {
+    std::ifstream file(SLEEVERY_SOURCE_DIR "/docs/parameters.md");
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    std::string table = "| name | default | unit | meaning |\n| --- | --- | --- | --- |\n";
+    for (const app::ParameterDefinition& definition : app::parameterDefinitions()) {
+        table += "| `" + std::string(definition.name) + "` | " +
+                 (definition.defaultValue.empty() ? "(none)" : std::string(definition.defaultValue)) + " | " +
+                 std::string(definition.unit) + " | " + std::string(definition.meaning) + " |\n";
+    }
+    EXPECT_NE(text.find(table), std::string::npos) << "docs/parameters.md should have:\n" << table;
+}
+
+} // namespace
