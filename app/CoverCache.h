@@ -22,7 +22,8 @@ public:
     /**
      * Sets up the libraries, then opens the store, making or migrating it where that is needed.
      * @return true
-     * @throws util::Exception that says why the store can't be used; uncaught, it ends the process with that one line
+     * @throws util::Exception that says why the store can't be used; uncaught, it ends the process with that
+     * one line
      */
     bool CheckDatabase();
 

@@ -19,6 +19,8 @@ public:
      * @throws util::Exception
      */
     explicit SqliteStore(const std::filesystem::path& folder);
+    SqliteStore(const SqliteStore&) = delete;
+    SqliteStore& operator=(const SqliteStore&) = delete;
     ~SqliteStore() override;
 
     std::optional<Entry> findEntry(const Record& record) override;

@@ -41,7 +41,7 @@ fs::path chosenFolder() {
     if (const auto colon = state.find(':'); colon != std::string::npos) state.resize(colon);
     if (!state.empty()) return state;
     if (const fs::path xdg = environment("XDG_STATE_HOME"); xdg.is_absolute()) return xdg / "sleevery";
-    if (const fs::path system = "/var/lib/sleevery"; access(system.c_str(), W_OK | X_OK) == 0) return system;
+    if (fs::path system = "/var/lib/sleevery"; access(system.c_str(), W_OK | X_OK) == 0) return system;
     return homeFolder() / ".local" / "state" / "sleevery";
 }
 
@@ -57,7 +57,7 @@ void make(const fs::path& folder) {
 } // namespace
 
 fs::path stateFolder() {
-    const fs::path folder = fs::absolute(chosenFolder());
+    fs::path folder = fs::absolute(chosenFolder());
     try {
         make(folder);
     } catch (const std::system_error& e) {

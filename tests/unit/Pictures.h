@@ -18,7 +18,8 @@ inline Picture picture(int widthPixels, int heightPixels, int seed = 0) {
     Picture image(gdImageCreateTrueColor(widthPixels, heightPixels));
     for (int y = 0; y < heightPixels; ++y)
         for (int x = 0; x < widthPixels; ++x)
-            gdImageSetPixel(image.get(), x, y, gdTrueColor((x * 7 + seed) % 256, (y * 5 + seed) % 256, (x + y) % 256));
+            gdImageSetPixel(image.get(), x, y,
+                            gdTrueColor((x * 7 + seed) % 256, (y * 5 + seed) % 256, (x + y) % 256));
     return image;
 }
 

@@ -16,7 +16,8 @@ std::string pngOf(util::Image& image) {
     void* data = nullptr;
     std::size_t size = 0;
     if (!image.getRawPNG(&data, size)) return "";
-    const std::unique_ptr<void, decltype(&std::free)> block(data, &std::free); // NOLINT(cppcoreguidelines-no-malloc)
+    const std::unique_ptr<void, decltype(&std::free)> block(
+        data, &std::free); // NOLINT(cppcoreguidelines-no-malloc)
     return {static_cast<const char*>(data), size};
 }
 
@@ -65,7 +66,8 @@ TEST_F(CoverCacheTest, ShowsThePixelsOfAJpeg) {
     const int id = keep(lanterns_, bytes);
     for (int round = 0; round < 2; ++round) { // the first one makes the PNG, the second one finds it
         const std::string delivered = shown(id);
-        const tests::Picture expected(gdImageCreateFromJpegPtr(static_cast<int>(bytes.size()), const_cast<char*>(bytes.data())));
+        const tests::Picture expected(
+            gdImageCreateFromJpegPtr(static_cast<int>(bytes.size()), const_cast<char*>(bytes.data())));
         const tests::Picture got(
             gdImageCreateFromPngPtr(static_cast<int>(delivered.size()), const_cast<char*>(delivered.data())));
         ASSERT_TRUE(got);
@@ -88,7 +90,8 @@ TEST_F(CoverCacheTest, ShowsACoverAlsoWhenItsPngCantBeKept) {
 }
 
 TEST_F(CoverCacheTest, HasNoCoverUnderAnUnknownId) {
-    for (const int id : {1, 0, -1, 2147483647}) EXPECT_EQ(shown(id), "(none)");
+    for (const int id : {1, 0, -1, 2147483647})
+        EXPECT_EQ(shown(id), "(none)");
 }
 
 TEST_F(CoverCacheTest, StoresNothingWithoutAnImageOrASong) {
@@ -125,7 +128,8 @@ TEST_F(CoverCacheTest, LookupRegistersAValidSongThatIsNew) {
     SongInfo song = lanterns_;
     EXPECT_FALSE(cache_.Lookup(song));
     EXPECT_GT(song.getCacheId(), 0);
-    EXPECT_NE(cache_.ShowEmpty().find("<Entry id=\"" + std::to_string(song.getCacheId()) + "\">"), std::string::npos);
+    EXPECT_NE(cache_.ShowEmpty().find("<Entry id=\"" + std::to_string(song.getCacheId()) + "\">"),
+              std::string::npos);
     SongInfo nothing("Lowbeam", "", "");
     EXPECT_FALSE(cache_.Lookup(nothing));
     EXPECT_EQ(nothing.getCacheId(), 0);
@@ -184,7 +188,9 @@ TEST_F(CoverCacheTest, QueryListsEntriesWithTheirImageAndJobs) {
     const std::string document = cache_.Query("lowbeam", "", "");
     EXPECT_NE(document.find("<Query total=\"1\">"), std::string::npos) << document;
     EXPECT_NE(document.find("width=\"4\" height=\"3\""), std::string::npos) << document;
-    EXPECT_NE(document.find("kind=\"writeTag\" state=\"queued\" file=\"/music/&lt;a&gt;.flac\""), std::string::npos) << document;
+    EXPECT_NE(document.find("kind=\"writeTag\" state=\"queued\" file=\"/music/&lt;a&gt;.flac\""),
+              std::string::npos)
+        << document;
     EXPECT_NE(document.find("kind=\"delete\" state=\"queued\""), std::string::npos) << document;
     EXPECT_NE(cache_.Query("nobody", "", "").find("<Query total=\"0\">"), std::string::npos);
 }

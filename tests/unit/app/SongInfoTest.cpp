@@ -14,8 +14,8 @@ void attach(SongInfo& song, const std::string& bytes) {
 
 TEST(SongInfo, IsEmptyAtFirst) {
     const SongInfo song;
-    EXPECT_EQ(song.getArtist() + song.getTitle() + song.getAlbum() + song.getGenre() + song.getFilename() + song.getUid() +
-                  song.getImageUrl(),
+    EXPECT_EQ(song.getArtist() + song.getTitle() + song.getAlbum() + song.getGenre() + song.getFilename() +
+                  song.getUid() + song.getImageUrl(),
               "");
     EXPECT_FALSE(song.isSampler());
     EXPECT_FALSE(song.isAlbumGuessed());
@@ -74,8 +74,8 @@ TEST(SongInfo, TakesJpegAndPngAndNothingElse) {
     EXPECT_EQ(song.getImage()->width(), 4);
     attach(song, tests::png(tests::picture(5, 3)));
     EXPECT_EQ(song.getImage()->width(), 5);
-    const std::string gif =
-        tests::encoded(tests::picture(6, 3), [](gdImagePtr of, int* size) { return gdImageGifPtr(of, size); });
+    const std::string gif = tests::encoded(tests::picture(6, 3),
+                                           [](gdImagePtr of, int* size) { return gdImageGifPtr(of, size); });
     for (const std::string& bytes : {gif, std::string("<html>"), std::string("x")}) {
         EXPECT_THROW(attach(song, bytes), util::Exception);
         EXPECT_EQ(song.getImage()->width(), 5) << "a refused image changes nothing";
@@ -122,6 +122,8 @@ TEST(SongInfo, LoadsAndSavesItsImage) {
     EXPECT_EQ(other.getImage()->width(), 5);
 }
 
-TEST(SongInfo, PurgesStopWords) { EXPECT_EQ(SongInfo().purgeStopWords("The Lowbeam (Remastered)"), "Lowbeam"); }
+TEST(SongInfo, PurgesStopWords) {
+    EXPECT_EQ(SongInfo().purgeStopWords("The Lowbeam (Remastered)"), "Lowbeam");
+}
 
 } // namespace

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What every store has to do, whatever it is made of: the tests see the interface only, and a second implementation is
-// one more line at the end.
+// What every store has to do, whatever it is made of: the tests see the interface only, and a second
+// implementation is one more line at the end.
 #include "store/CoverStore.h"
 #include "store/Sha256.h"
 #include "store/SqliteStore.h"
@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <array>
 #include <memory>
 
 namespace {
@@ -29,9 +29,10 @@ protected:
     std::unique_ptr<CoverStore> another() { return GetParam()(folder_.path()); }
 
     int keep(const Record& record, std::string_view content, IfPresent ifPresent = IfPresent::Replace) {
-        return store_->storeImage(record,
-                                  {.bytes = bytesOf(content), .mimeType = "image/jpeg", .widthPixels = 3, .heightPixels = 2},
-                                  ifPresent);
+        return store_->storeImage(
+            record,
+            {.bytes = bytesOf(content), .mimeType = "image/jpeg", .widthPixels = 3, .heightPixels = 2},
+            ifPresent);
     }
 
     std::string contentOf(int id) {
@@ -43,7 +44,8 @@ protected:
 
     std::vector<int> found(const store::Search& search, int limit = 100) {
         std::vector<int> ids;
-        for (const store::Entry& entry : store_->search(search, limit).entries) ids.push_back(entry.id);
+        for (const store::Entry& entry : store_->search(search, limit).entries)
+            ids.push_back(entry.id);
         return ids;
     }
 
@@ -53,7 +55,8 @@ protected:
 
 const Record lanterns{.artist = "Lowbeam", .title = "Quiet Harbour", .album = "Paper Lanterns"};
 const Record harbour{.artist = "Lowbeam", .title = "Quiet Harbour"};
-const Record sampler{.artist = "Lowbeam", .title = "Quiet Harbour", .album = "Harbour Songs", .sampler = true};
+const Record sampler{
+    .artist = "Lowbeam", .title = "Quiet Harbour", .album = "Harbour Songs", .sampler = true};
 
 TEST_P(CoverStoreTest, IsEmptyAtFirst) {
     EXPECT_FALSE(store_->findEntry(lanterns));
@@ -95,17 +98,19 @@ TEST_P(CoverStoreTest, TwoAtOnceSeeEachOthersWork) {
     const auto second = another();
     const int id = keep(lanterns, "cover");
     ASSERT_TRUE(second->cover(id));
-    const int other = second->storeImage({.artist = "Ada", .title = "Tide"}, {.bytes = bytesOf("tide"), .mimeType = "image/png"},
-                                         IfPresent::Replace);
+    const int other =
+        second->storeImage({.artist = "Ada", .title = "Tide"},
+                           {.bytes = bytesOf("tide"), .mimeType = "image/png"}, IfPresent::Replace);
     EXPECT_NE(other, id);
     EXPECT_EQ(contentOf(other), "tide");
 }
 
 TEST_P(CoverStoreTest, FindsAnEntryByItsAlbumHoweverItIsSpelled) {
     const int id = keep(lanterns, "cover");
-    for (const Record& same : {Record{.artist = "LOWBEAM", .title = "Another Song", .album = "paper  lanterns"},
-                               Record{.artist = "Lówbeam", .album = "Paper Lanterns (Remastered)"},
-                               Record{.artist = "The Lowbeam", .album = "Paper Lanterns - disc 2"}}) {
+    for (const Record& same :
+         {Record{.artist = "LOWBEAM", .title = "Another Song", .album = "paper  lanterns"},
+          Record{.artist = "Lówbeam", .album = "Paper Lanterns (Remastered)"},
+          Record{.artist = "The Lowbeam", .album = "Paper Lanterns - disc 2"}}) {
         const auto entry = store_->findEntry(same);
         ASSERT_TRUE(entry) << same.artist << " / " << same.album;
         EXPECT_EQ(entry->id, id);
@@ -116,7 +121,8 @@ TEST_P(CoverStoreTest, FindsAnEntryByItsAlbumHoweverItIsSpelled) {
 
 TEST_P(CoverStoreTest, FindsASamplerByItsAlbumAlone) {
     const int id = keep(sampler, "cover");
-    EXPECT_EQ(store_->findEntry({.artist = "Somebody Else", .album = "Harbour Songs", .sampler = true})->id, id);
+    EXPECT_EQ(store_->findEntry({.artist = "Somebody Else", .album = "Harbour Songs", .sampler = true})->id,
+              id);
     EXPECT_FALSE(store_->findEntry({.artist = "Lowbeam", .album = "Harbour Songs"}));
 }
 
@@ -179,15 +185,17 @@ TEST_P(CoverStoreTest, FillsInWhatTheRecordLackedAndChangesNothingElse) {
     const auto entry = store_->findEntry(lanterns);
     ASSERT_TRUE(entry);
     EXPECT_EQ(entry->id, id);
-    EXPECT_EQ(entry->record,
-              (Record{.artist = "Lowbeam", .title = "Quiet Harbour", .album = "Paper Lanterns", .genre = "Folk"}));
+    EXPECT_EQ(
+        entry->record,
+        (Record{.artist = "Lowbeam", .title = "Quiet Harbour", .album = "Paper Lanterns", .genre = "Folk"}));
     EXPECT_EQ(found({.title = "harbour"}), std::vector{id});
     EXPECT_EQ(store_->findEntry(harbour)->id, id);
 }
 
 TEST_P(CoverStoreTest, KeepsTheLastFiveImagesThatWereReplaced) {
     const int id = keep(lanterns, "0");
-    for (const char* content : {"1", "2", "3", "4", "5", "6"}) keep(lanterns, content);
+    for (const char* content : {"1", "2", "3", "4", "5", "6"})
+        keep(lanterns, content);
     std::vector<std::string> earlier;
     for (const store::ImageInfo& info : store_->earlierImages(id))
         earlier.push_back(textOf(store_->image(info.hash)->bytes()));
@@ -211,7 +219,8 @@ TEST_P(CoverStoreTest, KeepsAnImageOncePerContentAndAsLongAsOneEntryHasIt) {
     const int first = keep(lanterns, "same");
     const int second = keep({.artist = "Ada", .title = "Tide"}, "same");
     EXPECT_EQ(store_->cover(first)->hash, store_->cover(second)->hash);
-    for (const char* content : {"1", "2", "3", "4", "5", "6"}) keep(lanterns, content);
+    for (const char* content : {"1", "2", "3", "4", "5", "6"})
+        keep(lanterns, content);
     EXPECT_EQ(contentOf(second), "same");
 }
 
@@ -257,8 +266,9 @@ TEST_P(CoverStoreTest, SearchTakesNothingForASign) {
 }
 
 TEST_P(CoverStoreTest, SearchCutsAtTheLimitAndTellsTheTotal) {
-    std::vector<int> ids;
-    for (int i = 0; i < 5; ++i) ids.push_back(store_->registerEntry({.artist = "Ada", .title = "T" + std::to_string(i)}).id);
+    std::array<int, 5> ids{};
+    for (int& id : ids)
+        id = store_->registerEntry({.artist = "Ada", .title = "T" + std::to_string(&id - ids.data())}).id;
     keep(lanterns, "cover");
     const store::SearchResult ada = store_->search({.artist = "ada"}, 2);
     EXPECT_EQ(ada.total, 5);
@@ -307,7 +317,8 @@ TEST_P(CoverStoreTest, QueuesJobsForAnyIdAndAnyPath) {
 
 TEST_P(CoverStoreTest, KeepsRenditionsUpToABoundLeastRecentlyUsedOutFirst) {
     const auto png = [](char fill) {
-        return std::string("\x89PNG\r\n\x1A\n", 8) + std::string(1000, fill) + std::string("IEND\xAE\x42\x60\x82", 8);
+        return std::string("\x89PNG\r\n\x1A\n", 8) + std::string(1000, fill) +
+               std::string("IEND\xAE\x42\x60\x82", 8);
     };
     const std::string a(64, 'a');
     const std::string b(64, 'b');
@@ -326,6 +337,7 @@ std::unique_ptr<CoverStore> openSqlite(const std::filesystem::path& folder) {
     return std::make_unique<store::SqliteStore>(folder);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sqlite, CoverStoreTest, testing::Values(&openSqlite), [](const auto&) { return "Store"; });
+INSTANTIATE_TEST_SUITE_P(Sqlite, CoverStoreTest, testing::Values(&openSqlite),
+                         [](const auto&) { return "Store"; });
 
 } // namespace

@@ -6,7 +6,6 @@
 namespace {
 
 using store::matchKeys;
-using store::Record;
 
 TEST(MatchKeys, AnAlbumIsKnownByArtistAndAlbum) {
     const auto keys = matchKeys({.artist = "Lowbeam", .title = "Quiet Harbour", .album = "Paper Lanterns"});
@@ -28,7 +27,8 @@ TEST(MatchKeys, WithoutAnArtistOnlyASamplerHasKeys) {
 }
 
 TEST(MatchKeys, TheBorderBetweenArtistAndTitleCounts) {
-    EXPECT_NE(matchKeys({.artist = "a b", .title = "c"}).title, matchKeys({.artist = "a", .title = "b c"}).title);
+    EXPECT_NE(matchKeys({.artist = "a b", .title = "c"}).title,
+              matchKeys({.artist = "a", .title = "b c"}).title);
 }
 
 } // namespace

@@ -14,10 +14,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using tests::bytesOf;
-using tests::textOf;
 
 std::string png(char fill) {
-    return std::string("\x89PNG\r\n\x1A\n", 8) + std::string(100, fill) + std::string("IEND\xAE\x42\x60\x82", 8);
+    return std::string("\x89PNG\r\n\x1A\n", 8) + std::string(100, fill) +
+           std::string("IEND\xAE\x42\x60\x82", 8);
 }
 
 class RenditionsTest : public testing::Test {
@@ -37,7 +37,8 @@ TEST_F(RenditionsTest, AFileThatWasCutShortIsNotDeliveredAndGoes) {
     fs::resize_file(file("a"), 50);
     testing::internal::CaptureStderr();
     EXPECT_FALSE(renditions_.find("a"));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "sleevery.fcgi: rendition a is made again: It is no whole PNG.\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "sleevery.fcgi: rendition a is made again: It is no whole PNG.\n");
     EXPECT_FALSE(fs::exists(file("a")));
 }
 

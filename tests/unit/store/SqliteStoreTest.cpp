@@ -22,7 +22,9 @@ protected:
     std::string file() const { return (folder_.path() / "covers.db").string(); }
 
     /** What opening the store has to say; empty when it opens. */
-    std::string failureOfOpening() const { return failureOf([&] { const SqliteStore opened(folder_.path()); }); }
+    std::string failureOfOpening() const {
+        return failureOf([&] { const SqliteStore opened(folder_.path()); });
+    }
 
     static std::string failureOf(const std::function<void()>& doing) {
         try {
@@ -52,7 +54,8 @@ TEST_F(SqliteStoreTest, WritesAheadAndFlushes) {
 TEST_F(SqliteStoreTest, RefusesAStoreOfANewerVersion) {
     EXPECT_EQ(failureOfOpening(), "");
     execute("PRAGMA user_version = 99");
-    EXPECT_NE(failureOfOpening().find("written by a newer version of this program (its version is 99"), std::string::npos);
+    EXPECT_NE(failureOfOpening().find("written by a newer version of this program (its version is 99"),
+              std::string::npos);
     SQLite::Database database(file());
     EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 99);
 }
@@ -76,7 +79,7 @@ TEST_F(SqliteStoreTest, RefusesGarbageAndLeavesItAlone) {
 }
 
 TEST_F(SqliteStoreTest, TakesAnEmptyFileForANewStore) {
-    std::ofstream{file()};
+    std::ofstream(file()) << "";
     EXPECT_EQ(failureOfOpening(), "");
 }
 
@@ -113,8 +116,9 @@ TEST_F(SqliteStoreTest, NeverUsesAnIdAgain) {
 
 TEST_F(SqliteStoreTest, GoesOnAfterADamageHasBeenMended) {
     SqliteStore store(folder_.path());
-    const int id = store.storeImage({.artist = "Ada", .title = "Tide"}, {.bytes = bytesOf("tide"), .mimeType = "image/png"},
-                                    store::IfPresent::Replace);
+    const int id =
+        store.storeImage({.artist = "Ada", .title = "Tide"},
+                         {.bytes = bytesOf("tide"), .mimeType = "image/png"}, store::IfPresent::Replace);
     execute("ALTER TABLE entries RENAME TO elsewhere");
     testing::internal::CaptureStderr();
     EXPECT_EQ(failureOf([&] { (void)store.cover(id); }), "The cover store failed; standard error says more.");
@@ -129,7 +133,9 @@ TEST_F(SqliteStoreTest, ALockThatNobodyGivesUpIsAFailureAndTheNextTryWorks) {
     SQLite::Database other(file(), SQLite::OPEN_READWRITE);
     other.exec("BEGIN IMMEDIATE");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(failureOf([&] { store.setParameter({"a", "1"}); }),
+    EXPECT_EQ(failureOf([&] {
+                  store.setParameter({"a", "1"});
+              }),
               "The cover store is in use by another program; try again.");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "sleevery.fcgi: store: set a parameter: database is locked (code 5)\n");

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <string>
 
 namespace {
@@ -17,18 +18,26 @@ namespace fs = std::filesystem;
 /** A variable of the environment with another value for a while. */
 class Variable {
 public:
+    // NOLINTBEGIN(concurrency-mt-unsafe): the tests have one thread
     Variable(const char* name, const char* value) : name_(name) {
-        if (const char* old = std::getenv(name)) old_ = old, had_ = true; // NOLINT(concurrency-mt-unsafe)
-        value == nullptr ? ::unsetenv(name) : ::setenv(name, value, 1);   // NOLINT(concurrency-mt-unsafe)
+        if (const char* old = std::getenv(name)) old_ = old;
+        set(value);
     }
     Variable(const Variable&) = delete;
     Variable& operator=(const Variable&) = delete;
-    ~Variable() { had_ ? ::setenv(name_, old_.c_str(), 1) : ::unsetenv(name_); } // NOLINT(concurrency-mt-unsafe)
+    ~Variable() { set(old_ ? old_->c_str() : nullptr); }
 
 private:
+    void set(const char* value) const {
+        if (value == nullptr)
+            ::unsetenv(name_);
+        else
+            ::setenv(name_, value, 1);
+    }
+    // NOLINTEND(concurrency-mt-unsafe)
+
     const char* name_;
-    std::string old_;
-    bool had_ = false;
+    std::optional<std::string> old_;
 };
 
 class StateFolderTest : public testing::Test {
@@ -59,7 +68,8 @@ TEST_F(StateFolderTest, LiesBelowXdgStateHome) {
 }
 
 TEST_F(StateFolderTest, IgnoresARelativeXdgStateHome) {
-    if (fs::exists("/var/lib/sleevery")) GTEST_SKIP() << "this machine runs the service: /var/lib/sleevery comes first";
+    if (fs::exists("/var/lib/sleevery"))
+        GTEST_SKIP() << "this machine runs the service: /var/lib/sleevery comes first";
     const Variable xdg("XDG_STATE_HOME", "relative");
     const Variable home("HOME", below("home").c_str());
     EXPECT_EQ(store::stateFolder(), below("home/.local/state/sleevery"));
