@@ -9,6 +9,7 @@
 #include <taglib/asffile.h>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/flacfile.h>
+#include <taglib/id3v1tag.h>
 #include <taglib/id3v2tag.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpcfile.h>
@@ -78,6 +79,18 @@ std::string frontCoverOf(TagLib::APE::Tag* tag) {
     return value.substr(std::min(value.find('\0'), value.size() - 1) + 1);
 }
 
+/** An MP3's texts are those of its first tag that there is; TagLib itself would ask an APEv2 tag before
+ * ID3v1. */
+TagLib::PropertyMap textsOf(TagLib::MPEG::File& file) {
+    if (file.hasID3v2Tag()) return file.ID3v2Tag()->properties();
+    return file.hasID3v1Tag() ? file.ID3v1Tag()->properties() : TagLib::PropertyMap();
+}
+
+template <typename File>
+TagLib::PropertyMap textsOf(File& file) {
+    return file.properties();
+}
+
 /** Opens the file as a `File` and takes the front cover out of what `tagsOf` finds there. */
 template <typename File, typename TagsOf>
 View viewAs(const std::filesystem::path& path, TagsOf tagsOf) {
@@ -86,7 +99,7 @@ View viewAs(const std::filesystem::path& path, TagsOf tagsOf) {
         throw util::Exception("The song file is damaged in its audio properties.");
     const TagLib::AudioProperties& sound = *file.audioProperties();
     return {.frontCover = frontCoverOf(tagsOf(file)),
-            .properties = file.properties(),
+            .properties = textsOf(file),
             .milliseconds = sound.lengthInMilliseconds(),
             .samplesPerSecond = sound.sampleRate(),
             .channels = sound.channels()};
@@ -137,8 +150,11 @@ void secondOpinion(const std::filesystem::path& original, const std::filesystem:
     View after = viewOf(tagged, container);
     if (after.frontCover != picture)
         throw util::Exception("The cover can't be read back from the song file.");
-    for (View* view : {&before, &after})
+    for (View* view : {&before, &after}) {
         view->properties.erase("COVERARTMIME"); // belongs to a picture in an old form
+        view->properties.unsupportedData()
+            .clear(); // names the pictures among others, which have been compared
+    }
     if (!(before.properties == after.properties))
         throw util::Exception("Writing the cover would have changed what players read in the other tags.");
     if (before.milliseconds != after.milliseconds || before.samplesPerSecond != after.samplesPerSecond ||
