@@ -208,8 +208,9 @@ Body bodyOf(const SongFile& file) {
 
 Object& objectWith(std::vector<Object>& objects, std::string_view guid, std::string_view contentOfNew) {
     const auto found = std::ranges::find(objects, guid, &Object::guid);
-    return found != objects.end() ? *found
-                                  : objects.emplace_back(std::string(guid), std::string(contentOfNew));
+    if (found != objects.end()) return *found;
+    objects.push_back({std::string(guid), std::string(contentOfNew)});
+    return objects.back();
 }
 
 /** Takes the front covers out of the object, and puts `cover` in before all other pictures unless it is null.

@@ -99,7 +99,7 @@ Movie movieOf(const SongFile& file) {
     const util::ByteReader in = readerOf({}, subject);
     Movie movie;
     std::size_t count = 0;
-    for (std::uint64_t at = 0; at < file.size();) {
+    for (std::uint64_t at = 0; file.size() - at >= headerSize;) {
         const std::string header = file.readSome(at, 2 * headerSize);
         const Atom atom = atomFrom(header, at, file.size());
         if (++count > maxAtoms) in.damaged();

@@ -15,7 +15,7 @@
 namespace tags {
 namespace {
 
-constexpr std::size_t blockBytes = std::size_t{1024} * 1024;
+constexpr std::size_t blockBytes = std::size_t{256} * 1024;
 
 [[noreturn]] void fail(std::string_view what) {
     throw util::Exception(
@@ -25,28 +25,31 @@ constexpr std::size_t blockBytes = std::size_t{1024} * 1024;
 /** Hands out the bytes of ranges, a block at a time, without regard to where one range ends. */
 class RangeReader {
 public:
-    RangeReader(const SongFile& file, const std::vector<Range>& ranges) : file_(file), ranges_(ranges) {}
+    RangeReader(const SongFile& file, const std::vector<Range>& ranges)
+        : file_(file), ranges_(ranges), block_(blockBytes) {}
 
-    /** Empty at the end. */
-    std::string next() {
-        std::string block;
-        while (block.size() < blockBytes && index_ < ranges_.size()) {
+    /** Empty at the end; good until the next call. */
+    std::span<const char> next() {
+        std::size_t filled = 0;
+        while (filled < block_.size() && index_ < ranges_.size()) {
             const Range& range = ranges_[index_];
-            const std::uint64_t wanted =
-                std::min<std::uint64_t>(range.size - done_, blockBytes - block.size());
-            block += file_.read(range.at + done_, wanted);
+            const auto wanted =
+                static_cast<std::size_t>(std::min<std::uint64_t>(range.size - done_, block_.size() - filled));
+            file_.read(range.at + done_, std::span(block_).subspan(filled, wanted));
+            filled += wanted;
             done_ += wanted;
             if (done_ == range.size) {
                 ++index_;
                 done_ = 0;
             }
         }
-        return block;
+        return {block_.data(), filled};
     }
 
 private:
     const SongFile& file_;
     const std::vector<Range>& ranges_;
+    std::vector<char> block_;
     std::size_t index_ = 0;
     std::uint64_t done_ = 0;
 };
@@ -63,18 +66,23 @@ SongFile::SongFile(const std::filesystem::path& path, Access access)
     size_ = static_cast<std::uint64_t>(status.st_size);
 }
 
-std::string SongFile::readSome(std::uint64_t at, std::size_t length) const {
-    if (at >= size_) return {};
-    std::string bytes(static_cast<std::size_t>(std::min<std::uint64_t>(length, size_ - at)), '\0');
+/** @return how many bytes there were */
+std::size_t SongFile::readUpTo(std::uint64_t at, std::span<char> target) const {
     std::size_t done = 0;
-    while (done < bytes.size()) {
+    while (done < target.size()) {
         const ssize_t count =
-            ::pread(file_.get(), bytes.data() + done, bytes.size() - done, static_cast<off_t>(at + done));
-        if (count == 0) break; // somebody has cut the file meanwhile
+            ::pread(file_.get(), target.data() + done, target.size() - done, static_cast<off_t>(at + done));
+        if (count == 0) break;
         if (count < 0 && errno != EINTR) fail("read");
         if (count > 0) done += static_cast<std::size_t>(count);
     }
-    bytes.resize(done);
+    return done;
+}
+
+std::string SongFile::readSome(std::uint64_t at, std::size_t length) const {
+    if (at >= size_) return {};
+    std::string bytes(static_cast<std::size_t>(std::min<std::uint64_t>(length, size_ - at)), '\0');
+    bytes.resize(readUpTo(at, bytes));
     return bytes;
 }
 
@@ -83,6 +91,10 @@ std::string SongFile::read(std::uint64_t at, std::uint64_t length) const {
     std::string bytes = readSome(at, static_cast<std::size_t>(length));
     if (bytes.size() != length) throw util::Exception("The song file is truncated.");
     return bytes;
+}
+
+void SongFile::read(std::uint64_t at, std::span<char> target) const {
+    if (readUpTo(at, target) != target.size()) throw util::Exception("The song file is truncated.");
 }
 
 void SongFile::write(std::uint64_t at, std::string_view bytes) const {
@@ -99,10 +111,13 @@ void SongFile::write(std::uint64_t at, std::string_view bytes) const {
 /** Moves everything from `from` on, starting at the end that is not written over. */
 void SongFile::move(std::uint64_t from, std::uint64_t to) const {
     const std::uint64_t length = size_ - from;
+    std::vector<char> block(blockBytes);
     for (std::uint64_t done = 0; done < length;) {
-        const std::uint64_t count = std::min<std::uint64_t>(blockBytes, length - done);
+        const std::uint64_t count = std::min<std::uint64_t>(block.size(), length - done);
         const std::uint64_t offset = to > from ? length - done - count : done;
-        write(to + offset, read(from + offset, count));
+        const std::span<char> bytes = std::span(block).first(static_cast<std::size_t>(count));
+        read(from + offset, bytes);
+        write(to + offset, {bytes.data(), bytes.size()});
         done += count;
     }
 }
@@ -121,8 +136,8 @@ bool sameBytes(const SongFile& one, const std::vector<Range>& ofOne, const SongF
     RangeReader first(one, ofOne);
     RangeReader second(other, ofOther);
     while (true) {
-        const std::string block = first.next();
-        if (block != second.next()) return false;
+        const std::span<const char> block = first.next();
+        if (!std::ranges::equal(block, second.next())) return false;
         if (block.empty()) return true;
     }
 }

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,6 +38,9 @@ public:
      */
     [[nodiscard]] std::string read(std::uint64_t at, std::uint64_t length) const;
 
+    /** Fills `target`. @throws util::Exception when the file ends before */
+    void read(std::uint64_t at, std::span<char> target) const;
+
     /** As many of these bytes as there are. */
     [[nodiscard]] std::string readSome(std::uint64_t at, std::size_t length) const;
 
@@ -47,6 +51,7 @@ public:
     void replace(std::uint64_t at, std::uint64_t length, std::string_view bytes);
 
 private:
+    std::size_t readUpTo(std::uint64_t at, std::span<char> target) const;
     void write(std::uint64_t at, std::string_view bytes) const;
     void move(std::uint64_t from, std::uint64_t to) const;
 

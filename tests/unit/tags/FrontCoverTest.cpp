@@ -287,6 +287,13 @@ TEST_F(OneSong, Mp4InFragmentsIsRefusedWhenTheSoundWouldMove) {
     EXPECT_THROW(tags::writeFrontCover(song, bytesOf(jpegOf(16, 1))), util::Exception);
 }
 
+TEST_F(OneSong, Mp4MayEndInAFewBytesThatAreNoAtom) {
+    const path song = tests::makeSong("faststart", folder());
+    tests::writeFile(song, tests::fileBytes(song) + "xyz");
+    setCover(song, jpegOf(16, 1));
+    EXPECT_TRUE(tests::fileBytes(song).ends_with("xyz"));
+}
+
 TEST_F(OneSong, IsGivenNoOtherFormatsAndNothingTooLarge) {
     const path song = tests::makeSong("mp3", folder());
     const path ogg = tests::makeSong("vorbis", folder());
