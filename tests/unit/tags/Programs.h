@@ -15,6 +15,7 @@ namespace tests {
 /** What the program writes to its standard output; it has to succeed. */
 inline std::string run(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);

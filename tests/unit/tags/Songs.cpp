@@ -244,7 +244,7 @@ std::vector<std::string> songKinds() {
 
 std::filesystem::path makeSong(const std::string& kind, const std::filesystem::path& folder) {
     const Recipe& recipe = recipes().at(kind);
-    const std::filesystem::path song = folder / (kind + "." + recipe.extension);
+    std::filesystem::path song = folder / (kind + "." + recipe.extension);
     if (kind == "ape") {
         writeFile(song, silentApe());
     } else if (kind == "musepack") {
