@@ -7,6 +7,7 @@
 #include "util/XMLParser.h"
 
 #include <fmt/format.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <exception>
@@ -46,6 +47,12 @@ std::vector<fs::path> stylesheetFolders(const fs::path& stateFolder) {
 } // namespace
 
 void setUpLastWords() noexcept { std::set_terminate(sayWhyAndExit); }
+
+void setUpMemory() noexcept {
+    constexpr int mebibyte = 1024 * 1024;
+    mallopt(M_MMAP_THRESHOLD, mebibyte);
+    mallopt(M_TRIM_THRESHOLD, mebibyte);
+}
 
 void setUpXml(const fs::path& stateFolder) {
     util::XMLParser::setUp([stateFolder] { return stylesheetFolders(stateFolder); });

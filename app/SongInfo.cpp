@@ -8,6 +8,7 @@
 #include "util/Log.h"
 
 #include <fmt/format.h>
+#include <malloc.h>
 
 #include <iostream>
 #include <span>
@@ -110,6 +111,7 @@ util::Image* SongInfo::getImage() { return &image; }
 void SongInfo::setImage(const void* data, unsigned int length) {
     if (data == nullptr || length == 0) {
         image = util::Image();
+        malloc_trim(0); // a decoded image is thousands of small blocks, between which others are left
         return;
     }
     const util::ImageLimits limits =

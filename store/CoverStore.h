@@ -127,7 +127,8 @@ public:
     /** The received bytes; nothing when no image has that hash. */
     virtual std::optional<util::Buffer> image(const std::string& hash) = 0;
 
-    /** The PNG in which the image `hash` is shown, if it is at hand. */
+    /** The PNG in which the image `hash` is shown, if it is at hand. It may have been damaged since it was
+     * kept. */
     virtual std::optional<util::Buffer> rendition(const std::string& hash) = 0;
 
     /** Keeps a rendition; the least recently used ones go until all together have at most `maxTotalBytes`. */

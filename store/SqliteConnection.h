@@ -32,6 +32,16 @@ public:
     /** Opens the database, making or migrating it. @throws util::Exception, SQLite::Exception */
     explicit SqliteConnection(const std::filesystem::path& file);
 
+    /** True when the file that is open is no longer the one of that name: somebody has removed or replaced
+     * it. */
+    [[nodiscard]] bool hasMoved() noexcept;
+
+    /** Leaves the files of that name alone when the connection is closed. */
+    void disown() noexcept;
+
+    /** Gives back what is cached: worth it after a transaction that went through megabytes. */
+    void releaseMemory() noexcept;
+
     [[nodiscard]] SQLite::Database& database() noexcept { return database_; }
 
     /** The prepared form of `sql`, a text that lives as long as the program. */
