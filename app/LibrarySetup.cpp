@@ -50,8 +50,8 @@ void setUpLastWords() noexcept { std::set_terminate(sayWhyAndExit); }
 
 void setUpMemory() noexcept {
     constexpr int mebibyte = 1024 * 1024;
-    mallopt(M_MMAP_THRESHOLD, mebibyte);
-    mallopt(M_TRIM_THRESHOLD, mebibyte);
+    mallopt(M_MMAP_THRESHOLD, 32 * mebibyte);
+    mallopt(M_TRIM_THRESHOLD, 5 * mebibyte);
 }
 
 void setUpXml(const fs::path& stateFolder) {

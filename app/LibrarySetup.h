@@ -11,8 +11,9 @@ namespace app {
 void setUpLastWords() noexcept;
 
 /**
- * Large blocks go back to the system as soon as they are freed, so that an idle process is small whatever it has served.
- * Left alone, the allocator learns from each large block to keep the next ones.
+ * Fixes how much freed memory the allocator keeps: enough for the two buffers of a show, which would
+ * otherwise be taken from the system and faulted in anew for each request (half the speed), and no more,
+ * however large the images were that came by.
  */
 void setUpMemory() noexcept;
 

@@ -86,6 +86,12 @@ StatementUse::~StatementUse() {
     }
 }
 
+UnflushedCommits::UnflushedCommits(SqliteConnection& connection) : connection_(connection) {
+    connection_.database().exec("PRAGMA synchronous = NORMAL");
+}
+
+UnflushedCommits::~UnflushedCommits() { connection_.database().tryExec("PRAGMA synchronous = FULL"); }
+
 SqliteConnection::SqliteConnection(const std::filesystem::path& file)
     : database_(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,
                 static_cast<int>(busyTimeout.count())) {

@@ -26,6 +26,24 @@ private:
     SQLite::Statement& statement_;
 };
 
+class SqliteConnection;
+
+/**
+ * While it lives, commits are not flushed by themselves: for what may be lost in a power cut. The next
+ * flushed commit takes them along, and the database stays whole in any case. Made and destroyed outside of
+ * transactions.
+ */
+class UnflushedCommits {
+public:
+    explicit UnflushedCommits(SqliteConnection& connection);
+    UnflushedCommits(const UnflushedCommits&) = delete;
+    UnflushedCommits& operator=(const UnflushedCommits&) = delete;
+    ~UnflushedCommits();
+
+private:
+    SqliteConnection& connection_;
+};
+
 /** One open database with its prepared statements. One thread. */
 class SqliteConnection {
 public:

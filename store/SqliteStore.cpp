@@ -74,6 +74,8 @@ std::optional<Entry> SqliteStore::findEntry(const Record& record) {
 
 Entry SqliteStore::registerEntry(const Record& record) {
     return run("register an entry", [&](SqliteConnection& connection) {
+        // The upload that this comes before is flushed, and that once is enough.
+        const UnflushedCommits unflushed(connection);
         SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
         std::optional<Entry> found = sqlite::findEntry(connection, record);
         if (!found) {

@@ -57,6 +57,13 @@ TEST_F(SqliteStoreTest, WritesAheadAndFlushes) {
     EXPECT_EQ(database.execAndGet("PRAGMA page_size").getInt(), 8192);
     store::SqliteConnection connection(file());
     EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 2) << "that is FULL";
+    try {
+        const store::UnflushedCommits unflushed(connection);
+        EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 1);
+        throw util::Exception("whatever");
+    } catch (const util::Exception&) {
+        EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 2);
+    }
 }
 
 TEST_F(SqliteStoreTest, RefusesAStoreOfANewerVersion) {
