@@ -3,6 +3,7 @@
 #include "cgi/frame.h"
 #include "util/Log.h"
 
+#include <cstddef>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -10,7 +11,7 @@
 namespace {
 
 constexpr std::string_view deleteCommand = "cmdDelete";
-constexpr std::size_t maxShownBytes = 1024 * 1024; // far more than the library takes
+constexpr std::size_t maxShownBytes = 1'048'576; // far more than the library takes
 
 /** One line, written in one piece, so that the lines of two processes don't mix. */
 void logCommand(std::string_view command, const cgicc::FormEntry& entry) {
