@@ -148,8 +148,10 @@ void CoverCache::ShowCurrentCover() {}
 std::string CoverCache::Query(std::string artist, std::string album, std::string title) {
     store::CoverStore& store = impl_->store();
     const std::uint64_t limit = std::min(impl_->open().parameters.number("queryLimit"), maxQueryLimit);
-    const store::SearchResult found = store.search(
-        {text::toUtf8(artist), text::toUtf8(album), text::toUtf8(title)}, static_cast<int>(limit));
+    // Nothing that is longer than a name is looked for: the search takes time quadratic in the words.
+    const store::Record wanted = app::recordOf(SongInfo(artist, title, album));
+    const store::SearchResult found =
+        store.search({wanted.artist, wanted.album, wanted.title}, static_cast<int>(limit));
     std::vector<app::ListedEntry> listed;
     for (const store::Entry& entry : found.entries)
         listed.push_back({entry, store.jobs(entry.id)});

@@ -91,6 +91,10 @@ class Server:
     def get(self, service, **fields):
         return requests.get(self.url(service), params=fields, timeout=TIMEOUT_SECONDS)
 
+    def post(self, service, fields, query=None, files=None):
+        """`fields` are pairs of a name and a value, or a dictionary."""
+        return requests.post(self.url(service), params=query, data=fields, files=files, timeout=TIMEOUT_SECONDS)
+
     def upload(self, image, content_type="image/jpeg", name="cover.jpg", **fields):
         return requests.post(self.url("upload"), data=fields, files={"image": (name, image, content_type)},
                              timeout=TIMEOUT_SECONDS)

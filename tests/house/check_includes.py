@@ -15,6 +15,7 @@ PUBLIC_HEADERS = {
     "util/Convert.h",
     "util/Exception.h",
     "util/Image.h",
+    "util/Log.h",
     "util/XMLParser.h",
 }
 # ... except where the interface itself has a C library's type.

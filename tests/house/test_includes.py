@@ -51,7 +51,7 @@ def test_what_is_allowed(tree, file, includes):
         ("cgi/show.cpp", '"store/CoverStore.h"'),
         ("cgi/show.cpp", '"frame.h"'),
         ("cgi/show.cpp", '"../util/Image.h"'),
-        ("cgi/deep/er.h", '"util/Log.h"'),
+        ("cgi/deep/er.h", '"util/File.h"'),
         ("cgi/show.cpp", "<sqlite3.h>"),
         ("cgi/show.cpp", "<unistd.h>"),
         ("cgi/show.cpp", "<util/Buffer.h>"),
