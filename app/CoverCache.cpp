@@ -92,6 +92,7 @@ CoverCache::~CoverCache() {
 
 bool CoverCache::CheckDatabase() {
     app::setUpLastWords();
+    app::setUpNetwork();
     const std::filesystem::path folder = store::stateFolder();
     app::setUpXml(folder);
     impl_->opened = std::make_unique<app::OpenStore>(std::make_unique<store::SqliteStore>(folder));

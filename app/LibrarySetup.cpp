@@ -3,6 +3,7 @@
 
 #include "app/OpenStore.h"
 #include "app/Parameters.h"
+#include "net/HttpClient.h"
 #include "util/Log.h"
 #include "util/XMLParser.h"
 
@@ -46,6 +47,8 @@ std::vector<fs::path> stylesheetFolders(const fs::path& stateFolder) {
 } // namespace
 
 void setUpLastWords() noexcept { std::set_terminate(sayWhyAndExit); }
+
+void setUpNetwork() { net::HttpClient::setUp(); }
 
 void setUpXml(const fs::path& stateFolder) {
     util::XMLParser::setUp([stateFolder] { return stylesheetFolders(stateFolder); });

@@ -10,6 +10,8 @@ namespace app {
 /** A process that an exception ends says so in one readable line, and leaves with exit code 1. */
 void setUpLastWords() noexcept;
 
+void setUpNetwork();
+
 void setUpXml(const std::filesystem::path& stateFolder);
 
 } // namespace app
