@@ -137,8 +137,7 @@ std::string sentence(CURLcode code, const Transfer& transfer) {
                    ? "The server has a private address, which the parameter privateAddresses denies."
                    : "The server can't be reached.";
     case CURLE_OPERATION_TIMEDOUT:
-        return fmt::format("The server did not answer in time; the limit is {} ms.",
-                           transfer.settings.totalTimeout.count());
+        return "The server did not answer in time.";
     case CURLE_TOO_MANY_REDIRECTS:
         return fmt::format("The server redirects more than {} times.", maxRedirects);
     case CURLE_PARTIAL_FILE:
@@ -180,7 +179,7 @@ void HttpClient::setUp() {
     static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
     if (code != CURLE_OK) throw util::Exception("The network library can't be set up.");
     // A TLS connection that the server has left would end the process at the next write.
-    std::signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 }
 
 void HttpClient::HandleDeleter::operator()(void* handle) const noexcept { curl_easy_cleanup(handle); }
