@@ -177,11 +177,12 @@ def test_a_song_without_a_url_has_none(server):
         assert update(server, **data).text == update_document("", error, artist="No", title="Url")
 
 
-def test_what_is_no_song_gets_no_answer(server, web):
+def test_what_is_no_song_is_not_fetched(server, web):
     before = web.paths()
     answer = update(server, web.url("/cover.jpg"), artist="Lowbeam")
-    assert answer.content == b""
+    assert "<Update" not in answer.text, "the responder says nothing, and the web server makes an answer of its own"
     assert web.paths() == before
+    assert "<Entry" not in server.get("showEmpty").text
 
 
 def test_an_earlier_cover_comes_back_by_its_hash(server):
