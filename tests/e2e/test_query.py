@@ -167,16 +167,16 @@ def test_nothing_is_an_operator(filled, artist):
     assert found(filled, artist="lowbeam") == ["harbour"]
 
 
-@pytest.mark.parametrize("text", ["x" * 1_000_000, "x " * 500_000, "x " * 2049, "ä" * 2049],
+@pytest.mark.parametrize("text", ["x" * 1_000_000, "x " * 500_000, "x " * 513, "ä" * 513],
                          ids=["word", "words", "few words", "accents"])
 @pytest.mark.parametrize("name", ["artist", "album", "title"])
 def test_what_is_longer_than_a_name_is_refused(filled, name, text):
     answer = filled.post("query", {name: text})
-    assert (answer.status_code, answer.text) == (200, exception(f"The {name} is longer than 4096 bytes."))
+    assert (answer.status_code, answer.text) == (200, exception(f"The {name} is longer than 1024 bytes."))
     assert found(filled, artist="lowbeam") == ["harbour"]
 
 
-@pytest.mark.parametrize("text, names", [("lowbeam " * 512, ["harbour"]), ("x" * 4096, []), ("ä" * 2048, []), ("x " * 2048, [])],
+@pytest.mark.parametrize("text, names", [("lowbeam " * 128, ["harbour"]), ("x" * 1024, []), ("ä" * 512, []), ("x " * 512, [])],
                          ids=["repeated", "word", "accents", "words"])
 def test_what_is_as_long_as_a_name_is_looked_for(filled, text, names):
     assert found(filled, artist=text) == names
