@@ -51,8 +51,8 @@ void setUpLastWords() noexcept { std::set_terminate(sayWhyAndExit); }
 
 void setUpMemory() noexcept {
     constexpr int mebibyte = 1024 * 1024;
-    mallopt(M_MMAP_THRESHOLD, 32 * mebibyte);
-    mallopt(M_TRIM_THRESHOLD, 5 * mebibyte);
+    mallopt(M_MMAP_THRESHOLD, 32 * mebibyte); // NOLINT(concurrency-mt-unsafe): there is one thread as yet
+    mallopt(M_TRIM_THRESHOLD, 5 * mebibyte);  // NOLINT(concurrency-mt-unsafe)
 }
 
 void setUpNetwork() { net::HttpClient::setUp(); }
