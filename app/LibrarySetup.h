@@ -17,6 +17,8 @@ void setUpLastWords() noexcept;
  */
 void setUpMemory() noexcept;
 
+void setUpNetwork();
+
 void setUpXml(const std::filesystem::path& stateFolder);
 
 } // namespace app
