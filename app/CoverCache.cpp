@@ -42,18 +42,30 @@ void keepRendition(app::OpenStore& open, const std::string& hash, const util::Bu
     }
 }
 
-std::optional<util::Buffer> deliverable(app::OpenStore& open, const store::ImageInfo& info) {
-    store::CoverStore& store = *open.store;
-    if (info.shownAsReceived) return store.image(info.hash);
-    if (std::optional<util::Buffer> kept = store.rendition(info.hash)) return kept;
-    const std::optional<util::Buffer> received = store.image(info.hash);
+std::optional<util::Image> keptRendition(store::CoverStore& store, const std::string& hash) {
+    std::optional<util::Buffer> png = store.rendition(hash);
+    if (!png) return std::nullopt;
+    try {
+        return util::ImageContent::fromPng(*std::move(png));
+    } catch (const util::Exception& e) {
+        util::logLine(fmt::format("rendition {} is made again: {}", hash, e.what()));
+        return std::nullopt;
+    }
+}
+
+/** Nothing when the image has gone meanwhile: another process has replaced the cover. */
+std::optional<util::Image> deliverable(app::OpenStore& open, const store::ImageInfo& info) {
+    if (!info.shownAsReceived)
+        if (std::optional<util::Image> kept = keptRendition(*open.store, info.hash)) return kept;
+    std::optional<util::Buffer> received = open.store->image(info.hash);
     if (!received) return std::nullopt;
+    if (info.shownAsReceived) return util::ImageContent::fromPng(*std::move(received));
     // What was accepted once is shown, also after the limits have been lowered.
     util::Buffer png = util::ImageContent::rendition(
         received->bytes(),
         {.maxBytes = received->size(), .maxPixels = std::numeric_limits<std::uint64_t>::max()});
     keepRendition(open, info.hash, png);
-    return png;
+    return util::ImageContent::fromPng(std::move(png));
 }
 
 int storeReceived(store::CoverStore& store, const store::Record& record, const util::ReceivedImage& received,
@@ -92,6 +104,8 @@ CoverCache::~CoverCache() {
 
 bool CoverCache::CheckDatabase() {
     app::setUpLastWords();
+    app::setUpMemory();
+    app::setUpNetwork();
     const std::filesystem::path folder = store::stateFolder();
     app::setUpXml(folder);
     impl_->opened = std::make_unique<app::OpenStore>(std::make_unique<store::SqliteStore>(folder));
@@ -102,9 +116,9 @@ bool CoverCache::CheckDatabase() {
 bool CoverCache::GetImage(int id, util::Image* image) {
     const std::optional<store::ImageInfo> info = impl_->store().cover(id);
     if (!info) return false;
-    std::optional<util::Buffer> png = deliverable(impl_->open(), *info);
-    if (!png) return false; // another process has just replaced the cover
-    *image = util::ImageContent::fromPng(*std::move(png));
+    const std::optional<util::Image> found = deliverable(impl_->open(), *info);
+    if (!found) return false;
+    *image = *found;
     return true;
 }
 
@@ -135,8 +149,10 @@ void CoverCache::ShowCurrentCover() {}
 std::string CoverCache::Query(std::string artist, std::string album, std::string title) {
     store::CoverStore& store = impl_->store();
     const std::uint64_t limit = std::min(impl_->open().parameters.number("queryLimit"), maxQueryLimit);
-    const store::SearchResult found = store.search(
-        {text::toUtf8(artist), text::toUtf8(album), text::toUtf8(title)}, static_cast<int>(limit));
+    // Nothing that is longer than a name is looked for: the search takes time quadratic in the words.
+    const store::Record wanted = app::recordOf(SongInfo(artist, title, album));
+    const store::SearchResult found =
+        store.search({wanted.artist, wanted.album, wanted.title}, static_cast<int>(limit));
     std::vector<app::ListedEntry> listed;
     for (const store::Entry& entry : found.entries)
         listed.push_back({entry, store.jobs(entry.id)});

@@ -14,7 +14,7 @@ struct ListedEntry {
     std::vector<store::Job> jobs;
 };
 
-// The library's XML documents: UTF-8, well-formed whatever the texts are (docs/documents.md shows them).
+// The library's XML documents: UTF-8, well-formed whatever the texts are (docs/xml has their schemas).
 [[nodiscard]] std::string queryDocument(const std::vector<ListedEntry>& entries, std::int64_t total);
 [[nodiscard]] std::string showEmptyDocument(const std::vector<store::Entry>& entries);
 [[nodiscard]] std::string parametersDocument(const std::vector<store::Parameter>& parameters);

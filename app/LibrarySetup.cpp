@@ -3,10 +3,12 @@
 
 #include "app/OpenStore.h"
 #include "app/Parameters.h"
+#include "net/HttpClient.h"
 #include "util/Log.h"
 #include "util/XMLParser.h"
 
 #include <fmt/format.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <exception>
@@ -46,6 +48,14 @@ std::vector<fs::path> stylesheetFolders(const fs::path& stateFolder) {
 } // namespace
 
 void setUpLastWords() noexcept { std::set_terminate(sayWhyAndExit); }
+
+void setUpMemory() noexcept {
+    constexpr int mebibyte = 1024 * 1024;
+    mallopt(M_MMAP_THRESHOLD, 32 * mebibyte); // NOLINT(concurrency-mt-unsafe): there is one thread as yet
+    mallopt(M_TRIM_THRESHOLD, 5 * mebibyte);  // NOLINT(concurrency-mt-unsafe)
+}
+
+void setUpNetwork() { net::HttpClient::setUp(); }
 
 void setUpXml(const fs::path& stateFolder) {
     util::XMLParser::setUp([stateFolder] { return stylesheetFolders(stateFolder); });

@@ -14,16 +14,29 @@
 namespace app {
 namespace {
 
+bool isAllowOrDeny(std::string_view value) noexcept { return value == "allow" || value == "deny"; }
+
+bool isAbsolutePathOrNone(std::string_view value) noexcept { return value.empty() || value.front() == '/'; }
+
 constexpr std::array definitions = {
+    ParameterDefinition{"fetchTimeout", "15", "seconds",
+                        "How long the fetch of one cover from its URL may take; at most 3600."},
     ParameterDefinition{"maxImageBytes", "33554432", "bytes", "The largest image file that is accepted."},
     ParameterDefinition{"maxImagePixels", "64000000", "pixels",
                         "The largest image, width times height, that is decoded."},
+    ParameterDefinition{"musicFolder", "", "absolute path",
+                        "The folder with the song files; only files below it are touched. Empty: none.",
+                        isAbsolutePathOrNone},
+    ParameterDefinition{"privateAddresses", "allow", "allow or deny",
+                        "Whether covers may be fetched from loopback, link-local and private addresses.",
+                        isAllowOrDeny},
     ParameterDefinition{"queryLimit", "100", "entries", "How many entries a query lists at most."},
     ParameterDefinition{
         "renditionCacheBytes", "1073741824", "bytes",
         "How much disk the PNG files made from other formats may take; the least recently shown go first."},
     ParameterDefinition{"stylesheetFolder", "", "absolute path",
-                        "A folder in which stylesheets are looked for before all others; empty: none."},
+                        "A folder in which stylesheets are looked for before all others; empty: none.",
+                        isAbsolutePathOrNone},
 };
 
 const ParameterDefinition& definitionOf(std::string_view name) {
@@ -45,20 +58,32 @@ std::optional<std::uint64_t> positiveNumber(std::string_view text) {
 
 std::span<const ParameterDefinition> parameterDefinitions() noexcept { return definitions; }
 
-std::string Parameters::text(std::string_view name) const {
+std::string Parameters::stored(const ParameterDefinition& definition) const {
+    std::optional<std::string> value;
+    if (store_ != nullptr) value = store_->parameter(definition.name);
+    return value ? *value : std::string(definition.defaultValue);
+}
+
+void Parameters::complain(const ParameterDefinition& definition, std::string_view value) {
+    if (complaints_.insert(fmt::format("{}={}", definition.name, value)).second)
+        util::logLine(fmt::format("parameter {}: \"{}\" can't be understood, it should be: {}; {} is used",
+                                  definition.name, value, definition.unit,
+                                  definition.defaultValue.empty() ? "none" : definition.defaultValue));
+}
+
+std::string Parameters::text(std::string_view name) {
     const ParameterDefinition& definition = definitionOf(name);
-    std::optional<std::string> stored;
-    if (store_ != nullptr) stored = store_->parameter(name);
-    return stored ? *stored : std::string(definition.defaultValue);
+    std::string value = stored(definition);
+    if (definition.understands == nullptr || definition.understands(value)) return value;
+    complain(definition, value);
+    return std::string(definition.defaultValue);
 }
 
 std::uint64_t Parameters::number(std::string_view name) {
-    const std::string value = text(name);
-    if (const auto number = positiveNumber(value)) return *number;
     const ParameterDefinition& definition = definitionOf(name);
-    if (complaints_.insert(fmt::format("{}={}", name, value)).second)
-        util::logLine(fmt::format("parameter {}: \"{}\" is no positive number of {}; {} is used", name, value,
-                                  definition.unit, definition.defaultValue));
+    const std::string value = stored(definition);
+    if (const auto number = positiveNumber(value)) return *number;
+    complain(definition, value);
     return positiveNumber(definition.defaultValue).value();
 }
 

@@ -16,15 +16,17 @@ namespace app {
 struct ParameterDefinition {
     std::string_view name;
     std::string_view defaultValue;
-    std::string_view unit; // "bytes", "entries", ...
+    std::string_view unit; // "bytes", "entries", ..., or the values that there are
     std::string_view meaning;
+    /** Tells whether a text can be understood; null where any can, and for numbers. */
+    bool (*understands)(std::string_view value) noexcept = nullptr;
 };
 
 /** All of them; docs/parameters.md shows this table. */
 [[nodiscard]] std::span<const ParameterDefinition> parameterDefinitions() noexcept;
 
 /**
- * The parameters of the table as they are stored. A number that can't be understood is replaced by the
+ * The parameters of the table as they are stored. A value that can't be understood is replaced by the
  * default, and a line on standard error says so, once for each such value. One thread.
  */
 class Parameters {
@@ -34,12 +36,15 @@ public:
 
     /** @throws util::Exception when the store fails */
     [[nodiscard]] std::uint64_t number(std::string_view name);
-    [[nodiscard]] std::string text(std::string_view name) const;
+    [[nodiscard]] std::string text(std::string_view name);
 
     /** `maxImageBytes` and `maxImagePixels`. */
     [[nodiscard]] util::ImageLimits imageLimits();
 
 private:
+    [[nodiscard]] std::string stored(const ParameterDefinition& definition) const;
+    void complain(const ParameterDefinition& definition, std::string_view value);
+
     store::CoverStore* store_;
     std::set<std::string> complaints_;
 };

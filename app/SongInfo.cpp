@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "app/SongInfo.h"
 
+#include "app/CoverFetch.h"
+#include "app/FolderImage.h"
 #include "app/OpenStore.h"
+#include "app/SongRecord.h"
 #include "text/StopWords.h"
 #include "util/Exception.h"
 #include "util/ImageContent.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
+#include <malloc.h>
 
+#include <exception>
 #include <iostream>
 #include <span>
 #include <string_view>
@@ -20,6 +25,10 @@ std::string textOf(const char* text) { return text == nullptr ? std::string() : 
 
 void dumpText(std::string& lines, std::string_view name, const std::string& value) {
     if (!value.empty()) lines += fmt::format("  {}: {}\n", name, util::printable(value));
+}
+
+std::string musicFolder() {
+    return app::openStore() == nullptr ? std::string() : app::openStore()->parameters.text("musicFolder");
 }
 
 [[noreturn]] void notBuiltYet(std::string_view what) {
@@ -110,6 +119,7 @@ util::Image* SongInfo::getImage() { return &image; }
 void SongInfo::setImage(const void* data, unsigned int length) {
     if (data == nullptr || length == 0) {
         image = util::Image();
+        malloc_trim(0); // a decoded image is thousands of small blocks, between which others are left
         return;
     }
     const util::ImageLimits limits =
@@ -124,13 +134,44 @@ bool SongInfo::loadImage(const char* path) { return image.load(path); }
 
 bool SongInfo::saveImage(const char* path) { return image.save(path); }
 
+std::string SongInfo::getFolderJpegName() const {
+    return songFilename.empty() ? std::string() : app::folderImage(songFilename).string();
+}
+
+bool SongInfo::HasFolderJpeg() const {
+    try {
+        return app::hasFolderImage(songFilename, musicFolder());
+    } catch (const std::exception&) {
+        return false; // nobody can see one that can't be reached
+    }
+}
+
+bool SongInfo::WriteFolderJpeg(bool replace) {
+    try {
+        if (!image.isValid()) throw util::Exception("There is no image.");
+        if (app::hasFolderImage(songFilename, musicFolder()) && !replace)
+            throw util::Exception("There is one already.");
+        app::writeFolderImage(songFilename, musicFolder(), app::receivedImage(image));
+        return true;
+    } catch (const std::exception& e) {
+        util::logLine(fmt::format("no folder image beside {}: {}", songFilename, e.what()));
+        return false;
+    }
+}
+
 std::string SongInfo::purgeStopWords(std::string text) const { return text::withoutStopWords(text); }
 
-bool SongInfo::loadImage() { notBuiltYet("Fetching a cover from a URL"); }
+bool SongInfo::loadImage() {
+    try {
+        image = app::imageFrom(imageUrl);
+        return true;
+    } catch (const std::exception& e) {
+        util::logLine(fmt::format("no image from {}: {}", app::shown(imageUrl), e.what()));
+        return false;
+    }
+}
+
 bool SongInfo::hasEmbeddedImage() const { notBuiltYet("Reading the cover in a song file"); }
-bool SongInfo::WriteFolderJpeg(bool /*replace*/) { notBuiltYet("The cover beside a song file"); }
-bool SongInfo::HasFolderJpeg() const { notBuiltYet("The cover beside a song file"); }
-std::string SongInfo::getFolderJpegName() const { notBuiltYet("The cover beside a song file"); }
 std::string SongInfo::getCoverartInformation() { notBuiltYet("The search for covers"); }
 std::string SongInfo::guessAlbumNames() { notBuiltYet("The guessing of album names"); }
 std::string SongInfo::readAlbumSongs() { notBuiltYet("The list of an album's songs"); }

@@ -68,7 +68,10 @@ public:
     void setImage(const void* data, unsigned int length);
     void setImage(util::Image image);
 
-    /** Fetches the image at the record's image URL. @return false when that fails */
+    /**
+     * Takes the image at the record's image URL: an http or https address, or "cover:" and the hash of a
+     * stored image. @return false, with the image unchanged and a line on standard error, when that fails
+     */
     bool loadImage();
 
     /** Reads the image file `path`. @return false when that fails */
@@ -80,8 +83,15 @@ public:
     /** True when the song's own file carries a front cover. */
     bool hasEmbeddedImage() const;
 
-    /** Writes the cover as JPEG beside the song's file. @param replace also where there is one already */
+    /**
+     * Writes the cover as baseline JPEG of at most 1200 pixels beside the song's file, which has to be below
+     * the parameter `musicFolder`.
+     * @param replace also where there is one already, whoever wrote it
+     * @return false, with a line on standard error, when nothing was written
+     */
     bool WriteFolderJpeg(bool replace);
+
+    /** True where there is a folder.jpg, however capitalised, beside a song's file below `musicFolder`. */
     bool HasFolderJpeg() const;
 
     /** The path of the cover beside the song's file; empty while the record has no file name. */

@@ -14,13 +14,16 @@
 namespace app {
 namespace {
 
-// Longer than any name; a text beyond it is an attack or a mistake, and would bloat the index.
-constexpr std::size_t maxTextBytes = 4096;
+// Longer than any name and any path; a text beyond it is an attack or a mistake, and would bloat the index.
+constexpr std::size_t maxNameBytes = 1024;
+constexpr std::size_t maxLocationBytes = 4096;
 
-std::string kept(std::string_view what, const std::string& text) {
-    if (text.size() > maxTextBytes)
-        throw util::Exception(fmt::format("The {} is longer than {} bytes.", what, maxTextBytes));
-    return text::toUtf8(text);
+// The length counts as it is stored, so that what has been stored once is accepted again.
+std::string kept(std::string_view what, const std::string& text, std::size_t maxBytes = maxNameBytes) {
+    std::string utf8 = text.size() > maxBytes ? text : text::toUtf8(text);
+    if (utf8.size() > maxBytes)
+        throw util::Exception(fmt::format("The {} is longer than {} bytes.", what, maxBytes));
+    return utf8;
 }
 
 } // namespace
@@ -30,9 +33,9 @@ store::Record recordOf(const SongInfo& song) {
             .title = kept("title", song.getTitle()),
             .album = kept("album", song.getAlbum()),
             .genre = kept("genre", song.getGenre()),
-            .songFilename = kept("file name", song.getFilename()),
+            .songFilename = kept("file name", song.getFilename(), maxLocationBytes),
             .uid = kept("unique id", song.getUid()),
-            .imageUrl = kept("image URL", song.getImageUrl()),
+            .imageUrl = kept("image URL", song.getImageUrl(), maxLocationBytes),
             .sampler = song.isSampler()};
 }
 

@@ -27,3 +27,7 @@ int doService_Root(cgicc::FCgiIO& out);
 int doService_Show(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_ShowEmpty(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_Upload(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
+int doService_Update(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
+int doService_Query(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
+int doService_Parameter(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
+int doService_WriteTags(cgicc::Cgicc cgi, cgicc::FCgiIO& out);

@@ -16,11 +16,17 @@ struct Service {
     int (*handler)(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 };
 
+// clang-format off
 constexpr Service services[] = {
     {"show", doService_Show},
     {"upload", doService_Upload},
+    {"update", doService_Update},
+    {"query", doService_Query},
     {"showEmpty", doService_ShowEmpty},
+    {"parameter", doService_Parameter},
+    {"writeTags", doService_WriteTags},
 };
+// clang-format on
 
 void dispatch(const cgicc::Cgicc& cgi, cgicc::FCgiIO& fcgiIo) {
     const cgicc::CgiEnvironment& env = cgi.getEnvironment();

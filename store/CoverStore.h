@@ -90,8 +90,8 @@ enum class IfPresent { Replace, Keep };
 /**
  * Where entries, images, parameters and jobs live. Many processes may share one store; an object is for one
  * thread. Every operation is a transaction of its own: it is done as a whole or not at all, and what it
- * reports as kept is on disk. Each throws util::Exception when the store fails, and can be called again after
- * that.
+ * reports as kept is on disk (but for registerEntry(), whose new entry a power cut may take). Each throws
+ * util::Exception when the store fails, and can be called again after that.
  */
 class CoverStore {
 public:
@@ -109,7 +109,8 @@ public:
     /** The entry that stands for the same album, or the same song where `record` has no album. */
     virtual std::optional<Entry> findEntry(const Record& record) = 0;
 
-    /** findEntry(), or a new entry without an image. `record` must have a match key (store/MatchKey.h). */
+    /** findEntry(), or a new entry without an image, which may not be on disk yet. `record` must have a match
+     * key (store/MatchKey.h). */
     virtual Entry registerEntry(const Record& record) = 0;
 
     /**
@@ -127,7 +128,8 @@ public:
     /** The received bytes; nothing when no image has that hash. */
     virtual std::optional<util::Buffer> image(const std::string& hash) = 0;
 
-    /** The PNG in which the image `hash` is shown, if it is at hand. */
+    /** The PNG in which the image `hash` is shown, if it is at hand. It may have been damaged since it was
+     * kept. */
     virtual std::optional<util::Buffer> rendition(const std::string& hash) = 0;
 
     /** Keeps a rendition; the least recently used ones go until all together have at most `maxTotalBytes`. */

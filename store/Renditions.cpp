@@ -10,9 +10,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <string_view>
 #include <system_error>
@@ -28,15 +26,6 @@ constexpr std::string_view extension = ".png";
 constexpr std::size_t maxFileBytes = std::size_t{1} << 30U;
 constexpr std::time_t useIsNotedAfterSeconds = 60;
 constexpr std::time_t temporaryIsStaleAfterSeconds = 600;
-
-// Files are flushed before they get their name, so this only guards against what befell them later.
-bool isWholePng(std::span<const std::byte> bytes) {
-    static constexpr std::array<unsigned char, 8> signature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    static constexpr std::array<unsigned char, 8> end{'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82};
-    return bytes.size() > signature.size() + end.size() &&
-           std::memcmp(bytes.data(), signature.data(), signature.size()) == 0 &&
-           std::memcmp(bytes.data() + bytes.size() - end.size(), end.data(), end.size()) == 0;
-}
 
 struct KeptFile {
     fs::path path;
@@ -74,13 +63,11 @@ std::optional<util::Buffer> Renditions::find(const std::string& hash) const {
     if (::stat(path.c_str(), &status) != 0) return std::nullopt;
     try {
         util::Buffer png = util::readFile(path.c_str(), maxFileBytes);
-        if (!isWholePng(png.bytes())) throw util::Exception("It is no whole PNG.");
         const bool noted = std::time(nullptr) - status.st_mtime <= useIsNotedAfterSeconds;
         if (!noted) ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0);
         return png;
     } catch (const util::Exception& failure) {
-        util::logLine(fmt::format("rendition {} is made again: {}", hash, failure.what()));
-        ::unlink(path.c_str());
+        util::logLine(fmt::format("rendition {}: {}", hash, failure.what()));
         return std::nullopt;
     }
 }

@@ -20,7 +20,8 @@ class Renditions {
 public:
     explicit Renditions(std::filesystem::path folder);
 
-    /** The whole file, marked as used; nothing when it isn't there or is no whole PNG. */
+    /** The whole file, marked as used; nothing when it isn't there. Whether it still is a PNG is for the
+     * caller to see. */
     [[nodiscard]] std::optional<util::Buffer> find(const std::string& hash) const;
 
     /**

@@ -86,15 +86,36 @@ StatementUse::~StatementUse() {
     }
 }
 
+UnflushedCommits::UnflushedCommits(SqliteConnection& connection) : connection_(connection) {
+    connection_.database().exec("PRAGMA synchronous = NORMAL");
+}
+
+UnflushedCommits::~UnflushedCommits() { connection_.database().tryExec("PRAGMA synchronous = FULL"); }
+
 SqliteConnection::SqliteConnection(const std::filesystem::path& file)
     : database_(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,
                 static_cast<int>(busyTimeout.count())) {
     if (sqlite3_db_readonly(database_.getHandle(), "main") == 1)
         throw util::Exception("The cover store can't be written to.");
+    refuseForeignDatabase(database_); // before anything is changed
     database_.exec(settings);
     enterWalMode(database_, file);
     migrate(database_);
 }
+
+bool SqliteConnection::hasMoved() noexcept {
+    int moved = 0;
+    sqlite3_file_control(database_.getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    return moved != 0;
+}
+
+void SqliteConnection::disown() noexcept {
+    // Closing the last connection would delete the log by its name, and that may be another database's by
+    // now.
+    sqlite3_db_config(database_.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+}
+
+void SqliteConnection::releaseMemory() noexcept { sqlite3_db_release_memory(database_.getHandle()); }
 
 StatementUse SqliteConnection::use(const char* sql) {
     std::unique_ptr<SQLite::Statement>& statement = statements_[sql];
@@ -105,13 +126,14 @@ StatementUse SqliteConnection::use(const char* sql) {
 void throwStoreFailure(std::string_view doing, const SQLite::Exception& failure) {
     util::logLine(
         fmt::format("store: {}: {} (code {})", doing, failure.what(), failure.getExtendedErrorCode()));
-    throw util::Exception(sentenceFor(primaryCode(failure)));
+    // No room for the file that the processes share is reported as a failed write.
+    const bool noSpace = failure.getExtendedErrorCode() == SQLITE_IOERR_SHMSIZE;
+    throw util::Exception(sentenceFor(noSpace ? SQLITE_FULL : primaryCode(failure)));
 }
 
 bool spoilsConnection(const SQLite::Exception& failure) noexcept {
     const int code = primaryCode(failure);
-    return code == SQLITE_NOTADB || code == SQLITE_CORRUPT || code == SQLITE_IOERR ||
-           code == SQLITE_CANTOPEN || code == SQLITE_READONLY;
+    return code == SQLITE_NOTADB || code == SQLITE_CORRUPT;
 }
 
 } // namespace store

@@ -26,11 +26,39 @@ private:
     SQLite::Statement& statement_;
 };
 
+class SqliteConnection;
+
+/**
+ * While it lives, commits are not flushed by themselves: for what may be lost in a power cut. The next
+ * flushed commit takes them along, and the database stays whole in any case. Made and destroyed outside of
+ * transactions.
+ */
+class UnflushedCommits {
+public:
+    explicit UnflushedCommits(SqliteConnection& connection);
+    UnflushedCommits(const UnflushedCommits&) = delete;
+    UnflushedCommits& operator=(const UnflushedCommits&) = delete;
+    ~UnflushedCommits();
+
+private:
+    SqliteConnection& connection_;
+};
+
 /** One open database with its prepared statements. One thread. */
 class SqliteConnection {
 public:
     /** Opens the database, making or migrating it. @throws util::Exception, SQLite::Exception */
     explicit SqliteConnection(const std::filesystem::path& file);
+
+    /** True when the file that is open is no longer the one of that name: somebody has removed or replaced
+     * it. */
+    [[nodiscard]] bool hasMoved() noexcept;
+
+    /** Leaves the files of that name alone when the connection is closed. */
+    void disown() noexcept;
+
+    /** Gives back what is cached: worth it after a transaction that went through megabytes. */
+    void releaseMemory() noexcept;
 
     [[nodiscard]] SQLite::Database& database() noexcept { return database_; }
 

@@ -201,7 +201,7 @@ std::optional<Entry> findEntry(SqliteConnection& connection, const Record& recor
     return std::nullopt;
 }
 
-int insertEntry(SqliteConnection& connection, const Record& record) {
+std::int64_t insertEntry(SqliteConnection& connection, const Record& record) {
     {
         StatementUse statement = connection.use(insertEntryRow);
         bindRecord(*statement, record);
@@ -209,7 +209,7 @@ int insertEntry(SqliteConnection& connection, const Record& record) {
     }
     const std::int64_t id = connection.database().getLastInsertRowid();
     indexWords(connection, id, record);
-    return static_cast<int>(id);
+    return id;
 }
 
 void dropOldestEmptyEntries(SqliteConnection& connection, int keep) {

@@ -13,7 +13,7 @@
 namespace store::sqlite {
 
 [[nodiscard]] std::optional<Entry> findEntry(SqliteConnection& connection, const Record& record);
-[[nodiscard]] int insertEntry(SqliteConnection& connection, const Record& record);
+[[nodiscard]] std::int64_t insertEntry(SqliteConnection& connection, const Record& record);
 void dropOldestEmptyEntries(SqliteConnection& connection, int keep);
 
 /** Writes into the entry what `record` has and it lacks. */

@@ -91,20 +91,20 @@ int pragma(SQLite::Database& database, const char* name) {
     return database.execAndGet(fmt::format("PRAGMA {}", name)).getInt();
 }
 
+} // namespace
+
 void refuseForeignDatabase(SQLite::Database& database) {
+    const bool empty = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
     const int version = pragma(database, "user_version");
+    if (version < 0 || (!empty && pragma(database, "application_id") != applicationId))
+        throw util::Exception(
+            "The database in the state folder is no cover store; move it away or use another folder.");
     if (version > currentVersion)
         throw util::Exception(
             fmt::format("The cover store was written by a newer version of this program (its version is {}, "
                         "this program knows {}); install that version or use another state folder.",
                         version, currentVersion));
-    const bool empty = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
-    if (!empty && pragma(database, "application_id") != applicationId)
-        throw util::Exception(
-            "The database in the state folder is no cover store; move it away or use another folder.");
 }
-
-} // namespace
 
 void migrate(SQLite::Database& database) {
     refuseForeignDatabase(database);

@@ -48,6 +48,10 @@ int checkedId(std::int64_t id) {
 template <typename Operation>
 auto SqliteStore::run(std::string_view doing, Operation operation) {
     try {
+        if (connection_ && connection_->hasMoved()) {
+            connection_->disown();
+            connection_.reset();
+        }
         if (!connection_) connection_ = std::make_unique<SqliteConnection>(file_);
         return operation(*connection_);
     } catch (const SQLite::Exception& failure) {
@@ -70,6 +74,8 @@ std::optional<Entry> SqliteStore::findEntry(const Record& record) {
 
 Entry SqliteStore::registerEntry(const Record& record) {
     return run("register an entry", [&](SqliteConnection& connection) {
+        // The upload that this comes before is flushed, and that once is enough.
+        const UnflushedCommits unflushed(connection);
         SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
         std::optional<Entry> found = sqlite::findEntry(connection, record);
         if (!found) {
@@ -92,6 +98,7 @@ int SqliteStore::storeImage(const Record& record, const NewImage& image, IfPrese
         if (!found || !found->image || ifPresent == IfPresent::Replace)
             sqlite::setEntryImage(connection, id, sqlite::imageRow(connection, hash, image));
         transaction.commit();
+        connection.releaseMemory();
         return id;
     });
 }

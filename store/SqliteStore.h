@@ -44,7 +44,9 @@ public:
 
 private:
     /**
-     * Runs `operation` on the open connection, which is opened anew when an earlier failure spoilt it.
+     * Runs `operation` on the open connection. That is opened anew when an earlier failure spoilt it, and
+     * when somebody has replaced the database: what goes into a file that nobody finds any more would be
+     * lost.
      * @param doing what is being tried, for the log
      */
     template <typename Operation>

@@ -126,6 +126,7 @@ void readFrame(ImageHeader& header, std::uint32_t marker, const ByteReader& segm
         segment.unsupported();
     }
     setSize(header, segment, segment.bigEndian(5, 2), height, limits);
+    header.baselineJpeg = marker == baseline && components < 4;
 }
 
 /** The decoder makes up what is missing, so only a walk through all scans to the end tells a whole image. */

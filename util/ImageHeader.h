@@ -24,6 +24,7 @@ struct ImageHeader {
     int widthPixels = 0;       // as encoded, before the orientation is applied
     int heightPixels = 0;      // likewise
     int orientation = 1;       // EXIF orientation, 1 to 8; 1 is upright
+    bool baselineJpeg = false; // what every decoder reads: not progressive, and grey or YCbCr
     std::size_t usedBytes = 0; // the length of the image itself; what follows is no part of it
 };
 

@@ -2,6 +2,7 @@
 #include "util/Stylesheet.h"
 
 #include "util/Exception.h"
+#include "util/XPathText.h"
 
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
@@ -38,6 +39,7 @@ std::string Stylesheet::apply(xmlDoc& source) {
     transform->maxTemplateDepth = maxDepth;
     transform->opLimit = maxOperations;
     transform->xpathCtxt->opLimit = maxOperations;
+    registerLinearTextFunctions(*transform->xpathCtxt);
 
     allowance_.watch(transform.get());
     const XmlDoc result(

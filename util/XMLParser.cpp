@@ -5,6 +5,7 @@
 #include "util/Log.h"
 #include "util/Stylesheet.h"
 #include "util/StylesheetFiles.h"
+#include "util/XPathText.h"
 #include "util/XmlHandles.h"
 #include "util/XmlMessages.h"
 #include "util/XmlSetUp.h"
@@ -147,6 +148,7 @@ std::vector<std::string> XMLParser::select(const std::string& xpath, const Names
     const XPathContext context(xmlXPathNewContext(document_));
     if (!context) throw std::bad_alloc();
     context->opLimit = maxXPathOperations;
+    registerLinearTextFunctions(*context);
     for (const auto& [prefix, uri] : namespaces) {
         if (xmlXPathRegisterNs(context.get(), toXml(prefix), toXml(uri)) != 0)
             throw Exception("A namespace prefix is wrong.");

@@ -6,6 +6,10 @@ HTML_HEADER = b"Content-Type: text/html\n\n"
 NOT_FOUND = b"Status: 400 Not Found\n\n\n"
 SERVER_ERROR = b"Status: 500 Internal Server Error\n\n\nInternal Server Error\n\n"
 
+# Parts of the documents that services build themselves.
+DECLARATION = b'<?xml version="1.0" encoding="ISO-8859-1"?>\n'
+OK = b'  <Error code="0">OK</Error>\n'
+
 INDEX = HTML_HEADER + b"""
 <html>
   <head>
@@ -50,9 +54,37 @@ UPLOAD_FORM = HTML_HEADER + (
     b"</body></html>\n"
 )
 
-# What the stand-in gives for a cover and for the list of entries without one.
+UPDATE_FORM = HTML_HEADER + (
+    b"\n<html><body>"
+    b'<form action="./update"    method="POST" enctype="multipart/form-data">'
+    b'Artist: <input size="80" name="artist" type="text" value="Lowbeam"><br>'
+    b'Album: <input size="80" name="album" type="text" value="Paper Lanterns"><br>'
+    b'Title: <input size="80" name="title" type="text" value="Quiet Harbour"><br>'
+    b'url: <input size="80" name="url" type="text" value="http://covers.example/paper-lanterns.jpg"><br>'
+    b'xslt: <input size="80" name="xslt" type="text" value=""><br>'
+    b'<input  type="submit">'
+    b"</body></html>\n"
+)
+
+QUERY_FORM = HTML_HEADER + (
+    b"\n<html><body>"
+    b'<form action="./query"    method="POST" enctype="multipart/form-data">'
+    b'Artist: <input size="80" name="artist" type="text" value="Lowbeam"><br>'
+    b'Album: <input size="80" name="album" type="text" value="Paper Lanterns"><br>'
+    b'Title: <input size="80" name="title" type="text" value="Quiet Harbour"><br>'
+    b'xslt: <input size="80" name="xslt" type="text" value=""><br>'
+    b'<input  type="submit">'
+    b"</body></html>\n"
+)
+
+# What the tag jobs' service has for a request that is no POST.
+NO_DATA = DECLARATION + b"<NoData />\n"
+
+# What the stand-in gives for a cover, for a query, for the list of entries without a cover, and for that of parameters.
 COVER = b"\x89PNG\r\n\x1a\n\0cover\0of the stand-in\0"
+FOUND = b'<?xml version="1.0" encoding="UTF-8"?>\n<Found/>\n'
 EMPTY_LIST = b'<?xml version="1.0" encoding="UTF-8"?>\n<Empty/>\n'
+PARAMETERS = b'<?xml version="1.0" encoding="UTF-8"?>\n<All/>\n'
 
 
 def exception(text):

@@ -3,12 +3,26 @@
 
 import forms
 import pytest
-from answers import EMPTY_LIST, INDEX, SHOW_FORM, UPLOAD_FORM, XML_HEADER
+from answers import (
+    EMPTY_LIST,
+    INDEX,
+    NO_DATA,
+    PARAMETERS,
+    QUERY_FORM,
+    SHOW_FORM,
+    UPDATE_FORM,
+    UPLOAD_FORM,
+    XML_HEADER,
+)
 
 SERVICES = {
     "show": SHOW_FORM,
     "upload": UPLOAD_FORM,
+    "update": UPDATE_FORM,
+    "query": QUERY_FORM,
     "showEmpty": XML_HEADER + EMPTY_LIST,
+    "parameter": XML_HEADER + PARAMETERS,
+    "writeTags": XML_HEADER + NO_DATA,
 }
 
 
@@ -33,7 +47,10 @@ def test_no_name_leads_to_the_index(seam, script_name):
 
 @pytest.mark.parametrize(
     "service",
-    ["Show", "SHOW", "Upload", "showempty", "ShowEmpty", "showEmpty2", "sho", " show", "show ", "show.png", "*"],
+    [
+        "Show", "SHOW", "Upload", "showempty", "ShowEmpty", "showEmpty2", "sho", " show", "show ", "show.png", "*",
+        "Update", "updat", "updates", "Query", "querys", "Parameter", "parameters", "writetags", "WriteTags", "writeTag",
+    ],
 )
 def test_a_name_that_differs_leads_to_the_index(seam, service):
     assert seam.get("/sleevery/" + service) == INDEX

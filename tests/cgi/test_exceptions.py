@@ -3,12 +3,13 @@
 
 import pytest
 import songs
-from answers import INDEX, SERVER_ERROR, SHOW_FORM, XML_HEADER, exception
+from answers import DECLARATION, INDEX, OK, SERVER_ERROR, SHOW_FORM, XML_HEADER, exception
 from forms import Part, multipart, params, urlencoded
 from seam import escaped, quoted
 
 PARTS = [Part(name, value.encode()) for name, value in songs.FIELDS]
 IMAGE = Part("image", b"\xff\xd8cover", "cover.jpg", "image/jpeg")
+FETCHED = b"image at http://covers.example/1.jpg"
 
 # Each service at its longest: the request, and every library call that it makes, in order.
 SERVICES = {
@@ -33,7 +34,60 @@ SERVICES = {
             "CoverCache::ShowCurrentCover()",
         ],
     ),
+    "update": (
+        "POST",
+        multipart(PARTS),
+        [
+            *songs.EXTRACTED,
+            "SongInfo::isValid()",
+            *songs.ECHOED,
+            "SongInfo::getImageUrl()",
+            'XMLParser::encode("http://covers.example/1.jpg")',
+            f"CoverCache::Lookup({songs.record()})",
+            "SongInfo::getImageUrl()",
+            "SongInfo::loadImage()",
+            f"CoverCache::Store({songs.record(FETCHED)}, true)",
+            "SongInfo::setImage(null, 0)",
+            "CoverCache::ShowCurrentCover()",
+        ],
+    ),
+    "query": (
+        "POST",
+        multipart(PARTS),
+        [
+            *songs.EXTRACTED,
+            "SongInfo::getArtist()",
+            "SongInfo::getAlbum()",
+            "SongInfo::getTitle()",
+            'CoverCache::Query("Lowbeam", "Paper Lanterns", "Quiet Harbour")',
+        ],
+    ),
+    "parameter": (
+        "POST",
+        urlencoded([("a", "1"), ("cmdDelete", "a"), ("b", "2"), ("cmdDelete", "c")]),
+        [
+            'CoverCache::DeleteParameter("a")',
+            'CoverCache::DeleteParameter("c")',
+            'CoverCache::StoreParameter("a", "1")',
+            'CoverCache::StoreParameter("b", "2")',
+            "CoverCache::ReadParameters()",
+        ],
+    ),
+    "writeTags": (
+        "POST",
+        urlencoded([("file", "/music/1.mp3"), ("cacheID", "7"), ("file", "/music/2.mp3")]),
+        [
+            'CoverCache::WriteCoverTag(7, "/music/1.mp3", true)',
+            'CoverCache::WriteCoverTag(7, "/music/2.mp3", true)',
+            "CoverCache::CreateDeleteJob(7)",
+        ],
+    ),
 }
+
+UPDATED = (
+    XML_HEADER + DECLARATION + b"<Update>\n" + songs.BLOCK + b"  <URL>http://covers.example/1.jpg</URL>\n"
+    b"  <Image>17</Image>\n" + OK + b"</Update>\n"
+)
 
 EACH_CALL = [
     pytest.param(service, index, id=f"{service}-{index}-{call.split('(')[0]}")
@@ -47,6 +101,11 @@ def request(service):
     if method == "GET":
         return params("GET", "/sleevery/" + service, body.decode()), b""
     return params("POST", "/sleevery/" + service, body=body, content_type=content_type), body
+
+
+def written_before(service, index):
+    """The answer that is complete before the call at `index`: only "update" goes on behind it."""
+    return UPDATED if service == "update" and index == len(SERVICES[service][2]) - 1 else b""
 
 
 def order(service, index, failure):
@@ -67,7 +126,8 @@ def test_an_exception_is_answered_and_the_next_request_served(start, service, in
     seam = start(order(service, index, f"throw {kind} The store is full."))
     calls = SERVICES[service][2]
 
-    assert seam.answer(*request(service)) == XML_HEADER + exception(b"The store is full.")
+    document = written_before(service, index) + XML_HEADER + exception(b"The store is full.")
+    assert seam.answer(*request(service)) == document
     assert seam.calls == calls[: index + 1] + (["Exception::GetText()"] if kind == "util" else [])
     logged = index >= calls.index("SongInfo::Dump()") if "SongInfo::Dump()" in calls else False
     assert seam.stderr.startswith(b"sleevery.fcgi, received SongInfo\n") == logged
@@ -80,7 +140,7 @@ def test_an_exception_is_answered_and_the_next_request_served(start, service, in
 @pytest.mark.parametrize("service, index", EACH_CALL)
 def test_an_exception_of_an_unknown_kind_ends_the_process(start, service, index):
     seam = start(order(service, index, "throw other"))
-    seam.dies_of(*request(service))
+    seam.dies_of(*request(service), written_before(service, index))
     assert seam.calls == SERVICES[service][2][: index + 1]
 
 

@@ -3,12 +3,10 @@
 
 import pytest
 import songs
-from answers import UPLOAD_FORM, XML_HEADER
+from answers import DECLARATION, OK, UPLOAD_FORM, XML_HEADER
 from forms import Part, multipart, urlencoded
 from seam import quoted
 
-DECLARATION = b'<?xml version="1.0" encoding="ISO-8859-1"?>\n'
-OK = b'  <Error code="0">OK</Error>\n'
 WRONG_TYPE = b'  <Error code="-1">Invalid Fileformat, accepting JPEG or PNG only. </Error>\n'
 NO_FILE = b'  <Error code="-2">Parameter for file not set.</Error>\n'
 NOT_STORED = b'  <Error code="-3">Unknown error on storing image to cache</Error>\n'

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The real responder behind the real lighttpd, in a folder of its own, for as long as a `with` block lasts."""
 
+import contextlib
 import os
 import pathlib
 import shutil
@@ -8,6 +9,7 @@ import signal
 import socket
 import subprocess
 import tempfile
+import time
 
 import requests
 
@@ -89,6 +91,10 @@ class Server:
     def get(self, service, **fields):
         return requests.get(self.url(service), params=fields, timeout=TIMEOUT_SECONDS)
 
+    def post(self, service, fields, query=None, files=None):
+        """`fields` are pairs of a name and a value, or a dictionary."""
+        return requests.post(self.url(service), params=query, data=fields, files=files, timeout=TIMEOUT_SECONDS)
+
     def upload(self, image, content_type="image/jpeg", name="cover.jpg", **fields):
         return requests.post(self.url("upload"), data=fields, files={"image": (name, image, content_type)},
                              timeout=TIMEOUT_SECONDS)
@@ -103,7 +109,15 @@ class Server:
         todo, found = [self.lighttpd.pid], []
         while todo:
             pid = todo.pop()
-            todo += children(pid)
-            if os.readlink(f"/proc/{pid}/exe") == str(RESPONDER.resolve()):
-                found.append(pid)
+            with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it may end at any moment
+                todo += children(pid)
+                if os.readlink(f"/proc/{pid}/exe") == str(RESPONDER.resolve()):
+                    found.append(pid)
         return found
+
+    def wait_for_responders(self):
+        """The responders, once there are as many as there should be."""
+        deadline = time.monotonic() + TIMEOUT_SECONDS
+        while len(pids := self.responder_pids()) != self.processes:
+            assert time.monotonic() < deadline, f"{len(pids)} responders"
+        return pids

@@ -81,7 +81,7 @@ def test_an_artist_of_a_megabyte(one_process):
     with unharmed(one_process):
         before = len(one_process.messages())
         answer = one_process.upload(png(), "image/png", artist="x" * 1_000_000, title="Long")
-        assert answer.text == exception("The artist is longer than 4096 bytes.")
+        assert answer.text == exception("The artist is longer than 1024 bytes.")
         assert len(one_process.messages()) - before < 2000
 
 
@@ -107,6 +107,16 @@ def test_a_full_disk(tmp_path):
             assert answer.text == exception("The disk with the cover store is full; nothing was changed."), answer.text
             filler.unlink()
             assert stored_key(server.upload(png(seed=3), "image/png", artist="Some", title="Space")) > 0
+
+
+def test_a_disk_that_is_full_at_the_start(tmp_path):
+    state = tmp_path / "state"
+    state.mkdir()
+    full = small_disk(state)
+    full[4] = full[4].replace("&& exec", f"&& ! dd if=/dev/zero of={state}/filler bs=4k 2>/dev/null && exec")
+    code, words = start_alone(state, full)
+    assert code == 1
+    assert words.splitlines()[-1] == "sleevery.fcgi: ended: The disk with the cover store is full; nothing was changed."
 
 
 def test_a_disk_without_space_for_the_png_of_a_jpeg(tmp_path):

@@ -2,6 +2,9 @@
 """Several responders at once, and one that ends."""
 
 import concurrent.futures
+import os
+import random
+import signal
 
 import requests
 from answers import png_of, stored_key
@@ -14,7 +17,7 @@ MALFORMED = {"data": b"--xyz\r\n\r\nx\r\n--xyz--\r\n", "headers": {"Content-Type
 def test_a_body_that_cant_be_parsed_costs_itself_only(server):
     key = stored_key(server.upload(fixture("baseline.jpg"), artist="A", title="T"))
     expected = server.get("show", key=key).content
-    before = set(server.responder_pids())
+    before = set(server.wait_for_responders())
 
     def ask(number):
         if number % 20 == 10:
@@ -29,12 +32,12 @@ def test_a_body_that_cant_be_parsed_costs_itself_only(server):
     assert broken == [500] * 10
     others = [answer for number, answer in enumerate(answers) if number % 20 != 10]
     assert len(others) == 200 and all(answer is True for answer in others)
-    assert len(server.responder_pids()) == 2 and set(server.responder_pids()) != before
+    assert set(server.wait_for_responders()) != before
     assert server.messages().count("sleevery.fcgi: ended: ") == 10
 
 
 def test_two_responders_store_and_show_at_the_same_time(server):
-    assert len(server.responder_pids()) == 2
+    server.wait_for_responders()
 
     def store_and_show(number):
         key = stored_key(server.upload(png(seed=number), "image/png", artist="A", title=f"Song {number}"))
@@ -56,3 +59,22 @@ def test_two_responders_replace_the_same_cover_at_the_same_time(server):
         keys = set(pool.map(replace, range(60)))
     assert len(keys) == 1
     assert png_of(server.get("show", key=keys.pop())) in {png(seed=number) for number in range(60)}
+
+
+def test_what_was_answered_as_stored_is_there_after_a_kill(server):
+    """Both responders are killed again and again in the middle of their work; multiwatch starts new ones."""
+    random.seed(1)
+
+    def store(number):
+        answer = server.upload(png(seed=number), "image/png", artist="A", title=f"Song {number}")
+        if number % 10 == 5:
+            os.kill(random.choice(server.wait_for_responders()), signal.SIGKILL)
+        return stored_key(answer) if answer.status_code == 200 else None
+
+    with concurrent.futures.ThreadPoolExecutor(4) as pool:
+        keys = list(pool.map(store, range(120)))
+    stored = {number: key for number, key in enumerate(keys) if key}
+    assert len(stored) > 60
+    server.restart()
+    for number, key in stored.items():
+        assert png_of(server.get("show", key=key)) == png(seed=number)

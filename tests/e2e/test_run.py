@@ -50,6 +50,8 @@ def test_prints_its_address_serves_and_stops_everything_on_ctrl_c(running, tmp_p
     answer = requests.post(address + "upload", data={"artist": "A", "title": "T"}, files={"image": ("c.png", png(), "image/png")}, timeout=60)
     key = stored_key(answer)
     assert png_of(requests.get(address + "show", params={"key": key}, timeout=60)) == png()
+    answer = requests.post(address + "upload", data={"artist": "A", "title": "T", "xslt": "answer-text.xsl"}, timeout=60)
+    assert answer.headers["Content-Type"] == "text/plain" and "Artist: A" in answer.text
     assert (tmp_path / "state").stat().st_mode & 0o777 == 0o700
     os.killpg(process.pid, signal.SIGINT)
     assert process.wait(60) == 130
@@ -65,7 +67,7 @@ def test_says_what_is_wrong_with_the_store_and_ends(tmp_path):
     assert done.returncode == 1 and "The cover store is damaged" in done.stderr
 
 
-@pytest.mark.parametrize("arguments", [["--port"], ["--port", "x"], ["--processes", "0"], ["--no-such-option"]])
+@pytest.mark.parametrize("arguments", [["--port"], ["--port", "x"], ["--processes", "0"], ["--state", "a:b"], ["--no-such-option"]])
 def test_refuses_what_it_does_not_know(arguments):
     done = subprocess.run([ROOT / "run", *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
     assert done.returncode == 2 and done.stderr.startswith("./run: ")

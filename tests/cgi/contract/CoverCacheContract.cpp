@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -79,12 +80,38 @@ TEST_F(CoverCacheContract, LooksUpNothingInAnEmptyStore) {
     EXPECT_EQ(unknown.getTitle(), "Quiet Harbour");
 }
 
-TEST_F(CoverCacheContract, ShowEmptyGivesADocument) {
-    cache().CheckDatabase();
-    EXPECT_EQ(cache().ShowEmpty().rfind("<?xml version=\"1.0\"", 0), 0U);
-}
-
 TEST_F(CoverCacheContract, ShowCurrentCoverNeverThrows) {
     cache().CheckDatabase();
     EXPECT_NO_THROW(cache().ShowCurrentCover());
+}
+
+TEST_F(CoverCacheContract, EveryListIsADocument) {
+    cache().CheckDatabase();
+    for (const std::string& document :
+         {cache().Query("", "", ""), cache().Query("<&>", "\xFF\x01", "Quiet Harbour"), cache().ShowEmpty(),
+          cache().ReadParameters()})
+        EXPECT_EQ(document.rfind("<?xml version=\"1.0\"", 0), 0U) << document;
+}
+
+TEST_F(CoverCacheContract, TakesParametersOfAnyName) {
+    cache().CheckDatabase();
+    for (const char* name : {"queryLimit", "no such parameter", "", "<&>\xFF\n"}) {
+        EXPECT_NO_THROW(cache().StoreParameter(name, "<&>\xFF\n"));
+        EXPECT_NO_THROW(cache().StoreParameter(name, ""));
+        EXPECT_NO_THROW(cache().DeleteParameter(name));
+        EXPECT_NO_THROW(cache().DeleteParameter(name)) << "it is not there any more";
+    }
+}
+
+TEST_F(CoverCacheContract, QueuesJobsForAnyIdAndPathUnderIdsOfTheirOwn) {
+    cache().CheckDatabase();
+    int last = 0;
+    for (const char* path : {"/music/a.mp3", "/music/a.mp3", "", "../\xFF\n"}) {
+        for (const int id : {1, 2147483647}) {
+            const int job = cache().WriteCoverTag(id, path, true);
+            EXPECT_GT(job, last);
+            last = job;
+        }
+    }
+    EXPECT_GT(cache().CreateDeleteJob(1), last);
 }

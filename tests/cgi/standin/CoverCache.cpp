@@ -7,6 +7,7 @@
 using standin::called;
 using standin::calledForBool;
 using standin::calledForInt;
+using standin::quoted;
 
 namespace {
 
@@ -15,10 +16,9 @@ constexpr char cover[] = "\x89PNG\r\n\x1a\n\0cover\0of the stand-in\0";
 std::string described(SongInfo& song) {
     const standin::Quiet quiet;
     const std::string image = util::ImageContent::get(*song.getImage());
-    return "SongInfo(title " + standin::quoted(song.getTitle()) + ", artist " +
-           standin::quoted(song.getArtist()) + ", album " + standin::quoted(song.getAlbum()) + ", url " +
-           standin::quoted(song.getImageUrl()) + (song.isSampler() ? ", sampler" : "") +
-           (image.empty() ? "" : ", image " + standin::quoted(image)) + ")";
+    return "SongInfo(title " + quoted(song.getTitle()) + ", artist " + quoted(song.getArtist()) + ", album " +
+           quoted(song.getAlbum()) + ", url " + quoted(song.getImageUrl()) +
+           (song.isSampler() ? ", sampler" : "") + (image.empty() ? "" : ", image " + quoted(image)) + ")";
 }
 
 bool canBeStored(SongInfo& song) {
@@ -28,9 +28,11 @@ bool canBeStored(SongInfo& song) {
 
 } // namespace
 
-struct CoverCache::Impl {};
+struct CoverCache::Impl {
+    int lastJob = 0;
+};
 
-CoverCache::CoverCache() { called("CoverCache::CoverCache"); }
+CoverCache::CoverCache() : impl_(std::make_unique<Impl>()) { called("CoverCache::CoverCache"); }
 
 CoverCache::~CoverCache() { standin::record("CoverCache::~CoverCache"); }
 
@@ -55,6 +57,31 @@ int CoverCache::Store(SongInfo& song, bool replace) {
 
 void CoverCache::ShowCurrentCover() { called("CoverCache::ShowCurrentCover"); }
 
+std::string CoverCache::Query(std::string artist, std::string album, std::string title) {
+    return called("CoverCache::Query", quoted(artist) + ", " + quoted(album) + ", " + quoted(title))
+        .value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Found/>\n");
+}
+
 std::string CoverCache::ShowEmpty() {
     return called("CoverCache::ShowEmpty").value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Empty/>\n");
+}
+
+std::string CoverCache::ReadParameters() {
+    return called("CoverCache::ReadParameters")
+        .value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<All/>\n");
+}
+
+void CoverCache::StoreParameter(std::string name, std::string value) {
+    called("CoverCache::StoreParameter", quoted(name) + ", " + quoted(value));
+}
+
+void CoverCache::DeleteParameter(std::string name) { called("CoverCache::DeleteParameter", quoted(name)); }
+
+int CoverCache::WriteCoverTag(int id, std::string path, bool replace) {
+    return calledForInt(++impl_->lastJob, "CoverCache::WriteCoverTag",
+                        std::to_string(id) + ", " + quoted(path) + (replace ? ", true" : ", false"));
+}
+
+int CoverCache::CreateDeleteJob(int id) {
+    return calledForInt(++impl_->lastJob, "CoverCache::CreateDeleteJob", std::to_string(id));
 }

@@ -82,3 +82,10 @@ void SongInfo::setImage(const void* data, unsigned int length) {
         util::ImageContent::set(image, bytes);
     }
 }
+
+// The image that it finds tells where it comes from.
+bool SongInfo::loadImage() {
+    if (!calledForBool(!imageUrl.empty(), "SongInfo::loadImage")) return false;
+    util::ImageContent::set(image, "image at " + imageUrl);
+    return true;
+}

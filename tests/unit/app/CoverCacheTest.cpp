@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -80,6 +82,23 @@ TEST_F(CoverCacheTest, MakesAPngThatHasGoneAgain) {
     const std::string first = shown(id);
     std::filesystem::remove_all(folder_.path() / "renditions");
     EXPECT_EQ(shown(id), first);
+}
+
+TEST_F(CoverCacheTest, MakesAPngThatWasDamagedAgain) {
+    const int id = keep(lanterns_, tests::jpeg(tests::picture(40, 30)));
+    const std::string first = shown(id);
+    const std::filesystem::path file =
+        std::filesystem::directory_iterator(folder_.path() / "renditions")->path();
+    for (const std::string& damaged :
+         {std::string(), first.substr(0, 50), std::string("x") + first.substr(1)}) {
+        std::ofstream(file, std::ios::binary) << damaged;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(shown(id), first);
+        EXPECT_NE(testing::internal::GetCapturedStderr().find("is made again"), std::string::npos);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(shown(id), first);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    }
 }
 
 TEST_F(CoverCacheTest, ShowsACoverAlsoWhenItsPngCantBeKept) {
@@ -160,9 +179,21 @@ TEST_F(CoverCacheTest, RefusesATextThatIsNoName) {
         cache_.Lookup(song);
         FAIL();
     } catch (util::Exception& e) {
-        EXPECT_EQ(e.GetText(), "The artist is longer than 4096 bytes.");
+        EXPECT_EQ(e.GetText(), "The artist is longer than 1024 bytes.");
     }
     EXPECT_EQ(cache_.ShowEmpty().find("<Entry"), std::string::npos);
+}
+
+TEST_F(CoverCacheTest, WhatWasStoredOnceIsAcceptedAgain) {
+    const std::string growing(1000, '\xFF'); // twice as long in UTF-8
+    SongInfo song("A", growing, "B");
+    EXPECT_THROW(cache_.Lookup(song), util::Exception);
+    song.setTitle(growing.substr(0, 512));
+    cache_.Lookup(song);
+    SongInfo again("A", "", "B");
+    cache_.Lookup(again);
+    EXPECT_EQ(again.getTitle().size(), 1024U);
+    EXPECT_GT(keep(again, tests::png(tests::picture(2, 2))), 0);
 }
 
 TEST_F(CoverCacheTest, HoldsToTheLimitsThatAreSet) {

@@ -44,6 +44,32 @@ TEST(Parameters, AValueThatCantBeUnderstoodIsReportedOnceAndTheDefaultHolds) {
     }
 }
 
+TEST(Parameters, ATextThatCantBeUnderstoodIsReportedOnceAndTheDefaultHolds) {
+    const tests::TemporaryFolder folder;
+    store::SqliteStore store(folder.path());
+    app::Parameters parameters(&store);
+    const auto said = [&](const char* name, const char* value, const char* expected) {
+        store.setParameter({name, value});
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(parameters.text(name), expected) << value;
+        EXPECT_EQ(parameters.text(name), expected) << value;
+        return testing::internal::GetCapturedStderr();
+    };
+    EXPECT_EQ(said("privateAddresses", "allow", "allow"), "");
+    EXPECT_EQ(said("privateAddresses", "deny", "deny"), "");
+    EXPECT_EQ(
+        said("privateAddresses", "Deny", "allow"),
+        "sleevery.fcgi: parameter privateAddresses: \"Deny\" can't be understood, it should be: allow or "
+        "deny; allow is used\n");
+    EXPECT_NE(said("privateAddresses", "", "allow"), "");
+    EXPECT_EQ(said("musicFolder", "/music", "/music"), "");
+    EXPECT_EQ(said("musicFolder", "", ""), "");
+    EXPECT_EQ(
+        said("musicFolder", "music", ""),
+        "sleevery.fcgi: parameter musicFolder: \"music\" can't be understood, it should be: absolute path; "
+        "none is used\n");
+}
+
 TEST(Parameters, AreDescribedAsTheyAre) {
     std::ifstream file(SLEEVERY_SOURCE_DIR "/docs/parameters.md");
     const std::string text(std::istreambuf_iterator<char>(file), {});

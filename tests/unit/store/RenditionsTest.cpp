@@ -32,24 +32,6 @@ protected:
     store::Renditions renditions_{folder_.path() / "renditions"};
 };
 
-TEST_F(RenditionsTest, AFileThatWasCutShortIsNotDeliveredAndGoes) {
-    renditions_.keep("a", bytesOf(png('a')), 1000);
-    fs::resize_file(file("a"), 50);
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(renditions_.find("a"));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "sleevery.fcgi: rendition a is made again: It is no whole PNG.\n");
-    EXPECT_FALSE(fs::exists(file("a")));
-}
-
-TEST_F(RenditionsTest, AnEmptyFileIsNotDelivered) {
-    renditions_.keep("a", bytesOf(png('a')), 1000);
-    fs::resize_file(file("a"), 0);
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(renditions_.find("a"));
-    testing::internal::GetCapturedStderr();
-}
-
 TEST_F(RenditionsTest, UseIsNotedSoThatTheLeastRecentlyUsedGoesFirst) {
     renditions_.keep("a", bytesOf(png('a')), 1000);
     renditions_.keep("b", bytesOf(png('b')), 1000);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "store/SqliteStore.h"
+#include "store/SqliteConnection.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "util/Exception.h"
@@ -35,6 +36,11 @@ protected:
         return "";
     }
 
+    static std::string contentOf(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
     void execute(const char* sql) const {
         SQLite::Database database(file(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
         database.exec(sql);
@@ -49,6 +55,15 @@ TEST_F(SqliteStoreTest, WritesAheadAndFlushes) {
     EXPECT_EQ(database.execAndGet("PRAGMA journal_mode").getString(), "wal");
     EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 1);
     EXPECT_EQ(database.execAndGet("PRAGMA page_size").getInt(), 8192);
+    store::SqliteConnection connection(file());
+    EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 2) << "that is FULL";
+    try {
+        const store::UnflushedCommits unflushed(connection);
+        EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 1);
+        throw util::Exception("whatever");
+    } catch (const util::Exception&) {
+        EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 2);
+    }
 }
 
 TEST_F(SqliteStoreTest, RefusesAStoreOfANewerVersion) {
@@ -60,11 +75,16 @@ TEST_F(SqliteStoreTest, RefusesAStoreOfANewerVersion) {
     EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 99);
 }
 
-TEST_F(SqliteStoreTest, RefusesADatabaseOfAnotherProgram) {
-    execute("CREATE TABLE recipes (name TEXT)");
-    EXPECT_NE(failureOfOpening().find("is no cover store"), std::string::npos);
-    SQLite::Database database(file());
-    EXPECT_EQ(database.execAndGet("SELECT count(*) FROM sqlite_master").getInt(), 1);
+TEST_F(SqliteStoreTest, RefusesADatabaseOfAnotherProgramAndLeavesItAlone) {
+    for (const char* version : {"0", "7", "-1"}) {
+        execute("CREATE TABLE IF NOT EXISTS recipes (name TEXT)");
+        execute((std::string("PRAGMA user_version = ") + version).c_str());
+        const std::string before = contentOf(file());
+        EXPECT_NE(failureOfOpening().find("is no cover store"), std::string::npos) << version;
+        EXPECT_EQ(contentOf(file()), before);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1)
+            << "no file beside it";
+    }
 }
 
 TEST_F(SqliteStoreTest, RefusesGarbageAndLeavesItAlone) {
@@ -74,8 +94,7 @@ TEST_F(SqliteStoreTest, RefusesGarbageAndLeavesItAlone) {
     EXPECT_EQ(failureOfOpening(), "The cover store is damaged; restore it from a backup or move it away.");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "sleevery.fcgi: store: open " + file() + ": file is not a database (code 26)\n");
-    std::ifstream in(file());
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), garbage);
+    EXPECT_EQ(contentOf(file()), garbage);
 }
 
 TEST_F(SqliteStoreTest, TakesAnEmptyFileForANewStore) {
@@ -143,6 +162,38 @@ TEST_F(SqliteStoreTest, ALockThatNobodyGivesUpIsAFailureAndTheNextTryWorks) {
     other.exec("ROLLBACK");
     store.setParameter({"a", "1"});
     EXPECT_EQ(store.parameter("a"), "1");
+}
+
+TEST_F(SqliteStoreTest, WritesIntoTheDatabaseThatIsThereAfterItWasReplaced) {
+    SqliteStore store(folder_.path());
+    const store::Record record{.artist = "Ada", .title = "Tide"};
+    const store::NewImage image{.bytes = bytesOf("tide"), .mimeType = "image/png"};
+    store.storeImage(record, image, store::IfPresent::Replace);
+    for (const char* ending : {"", "-wal", "-shm"})
+        std::filesystem::remove(file() + ending);
+    const int id = store.storeImage(record, image, store::IfPresent::Replace);
+    EXPECT_TRUE(SqliteStore(folder_.path()).cover(id)) << "it is where the next process looks for it";
+
+    std::filesystem::create_directory(folder_.path() / "backup");
+    SqliteStore backup(folder_.path() / "backup");
+    const int kept = backup.storeImage({.artist = "Kept", .title = "Song"}, image, store::IfPresent::Replace);
+    for (const char* ending : {"", "-wal", "-shm"})
+        std::filesystem::rename((folder_.path() / "backup/covers.db").string() + ending, file() + ending);
+    EXPECT_TRUE(store.findEntry({.artist = "Kept", .title = "Song"})) << kept;
+    EXPECT_FALSE(store.findEntry(record));
+}
+
+TEST_F(SqliteStoreTest, ReadsGoOnWhereNothingCanBeWritten) {
+    SqliteStore store(folder_.path());
+    const int id =
+        store.storeImage({.artist = "Ada", .title = "Tide"},
+                         {.bytes = bytesOf("tide"), .mimeType = "image/png"}, store::IfPresent::Replace);
+    execute(
+        "CREATE TRIGGER no_writing BEFORE INSERT ON parameters BEGIN SELECT RAISE(FAIL, 'no writing'); END");
+    testing::internal::CaptureStderr();
+    EXPECT_NE(failureOf([&] { store.setParameter({"a", "1"}); }), "");
+    testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(store.cover(id));
 }
 
 } // namespace

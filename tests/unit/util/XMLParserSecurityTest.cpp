@@ -405,6 +405,22 @@ TEST_F(HostileStylesheet, MayNotDoubleATextForEver) {
     EXPECT_LT(peakMebibytes(), 2048);
 }
 
+TEST_F(HostileStylesheet, ComparesLongTextsInLinearTime) {
+    std::string doubling = "<xsl:variable name='a0' select=\"'aaaaaaaa'\"/>";
+    for (int i = 1; i <= 18; ++i)
+        doubling += "<xsl:variable name='a" + std::to_string(i) + "' select='concat($a" +
+                    std::to_string(i - 1) + ", $a" + std::to_string(i - 1) + ")'/>";
+    for (const char* expression :
+         {"contains($a18, concat($a17, 'b'))", "substring-before($a18, concat($a17, 'b'))",
+          "substring-after($a18, concat($a17, 'b'))",
+          "string-length(translate($a18, concat($a17, 'b'), ''))"}) {
+        write("long.xsl", making(doubling + "[<xsl:value-of select=\"" + expression + "\"/>]"));
+        util::XMLParser parser;
+        ASSERT_TRUE(parser.parse(answer));
+        EXPECT_NE(parser.transform("long.xsl"), "") << expression;
+    }
+}
+
 TEST_F(HostileStylesheet, MayNotDoubleATreeForEver) {
     expectRefusedWith(doubling("<xsl:with-param name='s'><xsl:copy-of select='$s'/><a/><xsl:copy-of "
                                "select='$s'/></xsl:with-param>"),

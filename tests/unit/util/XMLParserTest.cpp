@@ -394,3 +394,40 @@ TEST_F(ShippedStylesheets, TakeAListOfThousands) {
     for (const char* name : {"answer-text.xsl", "answer-html.xsl", "answer-fo.xsl"})
         EXPECT_GT(parser.transform(shipped(name).c_str()).size(), 100'000U) << name;
 }
+
+TEST_F(Transform, TextFunctionsDoWhatXPathSays) {
+    const std::pair<const char*, const char*> expected[] = {
+        {"contains('Quiet Harbour', 'Harb')", "[true]"},
+        {"contains('Quiet', 'Harb')", "[false]"},
+        {"contains('Quiet', '')", "[true]"},
+        {"contains('', 'a')", "[false]"},
+        {"contains(17, 7)", "[true]"},
+        {"substring-before('1999/04/01', '/')", "[1999]"},
+        {"substring-before('1999', '/')", "[]"},
+        {"substring-before('1999', '')", "[]"},
+        {"substring-after('1999/04/01', '/')", "[04/01]"},
+        {"substring-after('1999', '/')", "[]"},
+        {"substring-after('1999', '')", "[1999]"},
+        {"translate('bar', 'abc', 'AB')", "[BAr]"},
+        {"translate('--aaa--', 'abc-', 'ABC')", "[AAA]"},
+        {"translate('h\xC3\xA9', '\xC3\xA9h', 'e\xE2\x82\xAC')", "[\xE2\x82\xAC"
+                                                                 "e]"},
+        {"translate('aa', 'aa', 'xy')", "[xx]"},
+        {"translate('', 'a', 'b')", "[]"},
+    };
+    for (const auto& [expression, value] : expected) {
+        write("text.xsl", printing(expression));
+        util::XMLParser parser;
+        ASSERT_TRUE(parser.parse(answer));
+        EXPECT_EQ(parser.transform("text.xsl"), value) << expression;
+    }
+    for (const char* expression : {"contains('a')", "substring-before('a')", "substring-after('a', 'b', 'c')",
+                                   "translate('a', 'b')"}) {
+        write("text.xsl", printing(expression));
+        util::XMLParser parser;
+        ASSERT_TRUE(parser.parse(answer));
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(parser.transform("text.xsl"), "") << expression;
+        testing::internal::GetCapturedStderr();
+    }
+}

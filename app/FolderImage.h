@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "util/Buffer.h"
+#include "util/ImageContent.h"
+
+#include <filesystem>
+
+/** The picture beside the song files of an album, which players find by its name. */
+namespace app {
+
+/** Beside the song file `song`, whether it is there or not. */
+[[nodiscard]] std::filesystem::path folderImage(const std::filesystem::path& song);
+
+/**
+ * True where there is one, however its name is capitalised.
+ * @throws util::Exception where the song file is not below `musicFolder`, with all links resolved
+ */
+[[nodiscard]] bool hasFolderImage(const std::filesystem::path& song,
+                                  const std::filesystem::path& musicFolder);
+
+/**
+ * Writes one, over the one that is there.
+ * @throws util::Exception where that fails or the song file is not below `musicFolder`
+ */
+void writeFolderImage(const std::filesystem::path& song, const std::filesystem::path& musicFolder,
+                      const util::ReceivedImage& image);
+
+} // namespace app

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// Makes a store with many entries, all with the same picture. After each tenth it prints a line: how many
+// entries there are and how many microseconds each of this tenth took.
+//
+//     fill_store FOLDER COUNT PNG
+#include "store/SqliteStore.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <random>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace {
+
+/** Made-up names, the same ones in every run. As in a real library, few words are frequent and many are rare.
+ */
+class Names {
+public:
+    store::Record nextRecord() {
+        store::Record record;
+        record.artist = artist(below(artists));
+        record.album = words(1 + below(4));
+        record.title = words(1 + below(4));
+        return record;
+    }
+
+private:
+    static constexpr unsigned vocabulary = 60'000;
+    static constexpr unsigned artists = 150'000;
+
+    // The distributions of the standard library differ from one implementation to the next.
+    unsigned below(unsigned bound) { return static_cast<unsigned>(random_() % bound); }
+
+    static std::string word(unsigned number) {
+        static constexpr std::array<std::string_view, 40> syllables = {
+            "ba",  "lo",  "mir", "ten", "sha", "ru",  "vel", "ko",  "das", "fin", "gra", "hol", "ja", "kel",
+            "lum", "na",  "or",  "pas", "qui", "ris", "sol", "tha", "um",  "vor", "wen", "xa",  "ya", "zor",
+            "ech", "bri", "cal", "dro", "el",  "fa",  "gim", "he",  "is",  "jun", "lan", "mo"};
+        std::string text;
+        for (unsigned rest = number + 1; rest > 0; rest /= static_cast<unsigned>(syllables.size()))
+            text += syllables[rest % syllables.size()];
+        return text;
+    }
+
+    std::string words(unsigned count) {
+        std::string text;
+        for (unsigned i = 0; i < count; ++i) {
+            const double rank = std::pow(static_cast<double>(below(1'000'000)) / 1e6, 3);
+            if (i > 0) text += ' ';
+            text += word(static_cast<unsigned>(rank * vocabulary));
+        }
+        return text;
+    }
+
+    static std::string artist(unsigned number) {
+        return word(number % 997) + ' ' + word(vocabulary + number);
+    }
+
+    std::mt19937_64 random_{1}; // NOLINT(cert-msc32-c,cert-msc51-cpp): the same names in every run
+};
+
+std::string contentOf(const char* path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string content{std::istreambuf_iterator<char>(file), {}};
+    if (content.empty()) throw std::runtime_error(std::string("no bytes in ") + path);
+    return content;
+}
+
+void fill(store::CoverStore& covers, int count, const std::string& png) {
+    const store::NewImage image{.bytes = std::as_bytes(std::span(png)),
+                                .mimeType = "image/png",
+                                .widthPixels = 1,
+                                .heightPixels = 1,
+                                .shownAsReceived = true};
+    Names names;
+    int entries = 0;
+    for (int tenth = 1; tenth <= 10; ++tenth) {
+        const int from = entries;
+        const auto start = std::chrono::steady_clock::now();
+        const int upTo = static_cast<int>(std::int64_t{count} * tenth / 10);
+        while (entries < upTo) // a name that comes up again gives the entry that is there
+            entries = std::max(entries, covers.storeImage(names.nextRecord(), image, store::IfPresent::Keep));
+        const std::chrono::duration<double, std::micro> taken = std::chrono::steady_clock::now() - start;
+        std::cout << entries << ' ' << taken.count() / (entries - from) << std::endl;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        if (argc != 4)
+            throw std::runtime_error("three arguments are needed: folder, number of entries, PNG file");
+        const int count = std::stoi(argv[2]);
+        if (count < 10) throw std::runtime_error("a store of fewer than 10 entries is not worth it");
+        store::SqliteStore covers(argv[1]);
+        fill(covers, count, contentOf(argv[3]));
+        return EXIT_SUCCESS;
+    } catch (const std::exception& e) {
+        std::cerr << "fill_store: " << e.what() << '\n';
+        return EXIT_FAILURE;
+    }
+}

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "cgi/cgiHandler.h"
+#include "cgi/frame.h"
+#include "util/Convert.h"
+
+#include <sstream>
+
+namespace {
+
+/** The cache id that the form names; 0 when it names none. */
+int cacheId(const cgicc::Cgicc& cgi) {
+    const cgicc::const_form_iterator field = cgi.getElement("cacheID");
+    return field == cgi.getElements().end() ? 0 : util::convertTo<int>(field->getValue(), true);
+}
+
+void queueJobs(std::ostream& xml, const cgicc::Cgicc& cgi, int key) {
+    for (const cgicc::FormEntry& entry : cgi.getElements()) {
+        if (entry.getName() != "file") continue;
+        const int jobId = cache.WriteCoverTag(key, entry.getValue(), true);
+        xml << "    <Job id=\"" << jobId << "\"/>\n";
+    }
+    cache.CreateDeleteJob(key); // behind them, and also where there are none
+}
+
+void writeTags(std::ostream& xml, const cgicc::Cgicc& cgi) {
+    const int key = cacheId(cgi);
+    xml << "<WriteCoverTags>\n";
+    if (key > 0) {
+        queueJobs(xml, cgi, key);
+    } else {
+        frame::writeError(xml, -1, "Invalid CacheId given.");
+    }
+    xml << "</WriteCoverTags>\n";
+}
+
+} // namespace
+
+int doService_WriteTags(cgicc::Cgicc cgi, cgicc::FCgiIO& out) {
+    std::stringstream xmlResult;
+    xmlResult << frame::xmlDeclaration;
+    if (frame::isPost(cgi)) {
+        writeTags(xmlResult, cgi);
+    } else {
+        xmlResult << "<NoData />\n";
+    }
+    SendResponse(cgi, out, xmlResult.str());
+    return 0;
+}

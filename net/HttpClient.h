@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace net {
+
+/** Whether a server may be in the own network (net/Address.h). */
+enum class PrivateAddresses { Allow, Deny };
+
+struct HttpSettings {
+    std::chrono::milliseconds connectTimeout = std::chrono::seconds(5); // for each connection
+    std::chrono::milliseconds totalTimeout = std::chrono::seconds(15);  // from the call to the last byte
+    std::size_t maxBodyBytes = std::size_t{32} * 1024 * 1024;
+    PrivateAddresses privateAddresses = PrivateAddresses::Allow;
+};
+
+struct HttpAnswer {
+    int status = 0;          // of the last answer, after all redirects
+    std::string contentType; // as the server says; empty when it says nothing
+    std::string body;
+};
+
+/**
+ * Fetches from web servers over http and https and keeps their connections for the next call. Certificates
+ * are verified; no proxy, cookie or stored password is used. One thread at a time.
+ */
+class HttpClient {
+public:
+    /** Once, before there is a second thread. @throws util::Exception */
+    static void setUp();
+
+    /** @throws util::Exception */
+    explicit HttpClient(const HttpSettings& settings = {});
+
+    /**
+     * GET, and after at most five redirects the answer, whatever its status.
+     * While names are resolved, the system's resolver may exceed the time-out by its own.
+     * @throws util::Exception when there is no whole answer within the limits. Its sentence does not name the
+     * address, which may hold a password
+     */
+    [[nodiscard]] HttpAnswer get(const std::string& url);
+
+private:
+    struct HandleDeleter {
+        void operator()(void* handle) const noexcept;
+    };
+
+    HttpSettings settings_;
+    std::unique_ptr<void, HandleDeleter> handle_; // libcurl's
+};
+
+} // namespace net

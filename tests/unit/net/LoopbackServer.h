@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "util/FileDescriptor.h"
+
+#include <fmt/format.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace tests {
+
+/** A socket on a port of 127.0.0.1 that the system chooses; it refuses connections until it listens. */
+class LoopbackSocket {
+public:
+    LoopbackSocket() : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        if (!socket_ || ::bind(get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+            ::getsockname(get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
+            throw std::runtime_error("no socket");
+        port_ = ntohs(address.sin_port);
+    }
+    [[nodiscard]] int get() const { return socket_.get(); }
+    [[nodiscard]] std::string url(std::string_view path) const {
+        return fmt::format("http://127.0.0.1:{}{}", port_, path);
+    }
+    [[nodiscard]] int port() const { return port_; }
+
+private:
+    util::FileDescriptor socket_;
+    int port_ = 0;
+};
+
+/** What a handler of LoopbackServer talks to; it must not outlive the call. */
+class Client {
+public:
+    Client(int socket, int stop) : socket_(socket), stop_(stop) {}
+
+    /** The head of the next request; empty when the client has gone, or the server is to stop. */
+    std::string readHead() {
+        std::string head;
+        std::array<char, 1> next{};
+        while (!head.ends_with("\r\n\r\n")) {
+            if (!readable() || ::recv(socket_, next.data(), 1, 0) != 1) return "";
+            head += next[0];
+        }
+        return head;
+    }
+
+    /** @return false when the client has gone */
+    [[nodiscard]] bool trySend(std::string_view text) const {
+        while (!text.empty()) {
+            const ssize_t sent = ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
+            if (sent <= 0) return false;
+            text.remove_prefix(static_cast<std::size_t>(sent));
+        }
+        return true;
+    }
+    void send(std::string_view text) const { static_cast<void>(trySend(text)); }
+
+    void sendEndlessly(std::string_view text) const {
+        while (trySend(text)) {
+        }
+    }
+
+    /** Says nothing until the client gives up. */
+    void keepWaiting() {
+        while (!readHead().empty()) {
+        }
+    }
+
+private:
+    [[nodiscard]] bool readable() const {
+        std::array<pollfd, 2> waiting{{{socket_, POLLIN, 0}, {stop_, POLLIN, 0}}};
+        return ::poll(waiting.data(), waiting.size(), -1) > 0 && waiting[1].revents == 0;
+    }
+
+    int socket_;
+    int stop_;
+};
+
+/**
+ * A web server on 127.0.0.1 with one connection at a time. The handler answers one request; what it returns
+ * tells whether the connection stays open for the next one.
+ */
+class LoopbackServer {
+public:
+    using Handler = std::function<bool(Client& client, const std::string& requestHead)>;
+
+    explicit LoopbackServer(Handler handler)
+        : handler_(std::move(handler)), stop_(::eventfd(0, EFD_CLOEXEC)) {
+        if (!stop_ || ::listen(socket_.get(), 8) != 0) throw std::runtime_error("no server");
+        thread_ = std::thread([this] { serve(); });
+    }
+    LoopbackServer(const LoopbackServer&) = delete;
+    LoopbackServer& operator=(const LoopbackServer&) = delete;
+    ~LoopbackServer() {
+        ::eventfd_write(stop_.get(), 1);
+        thread_.join();
+    }
+
+    [[nodiscard]] std::string url(std::string_view path) const { return socket_.url(path); }
+    [[nodiscard]] int port() const { return socket_.port(); }
+
+    /** The heads of the requests so far, one list for each connection. */
+    [[nodiscard]] std::vector<std::vector<std::string>> connections() {
+        const std::lock_guard lock(mutex_);
+        return connections_;
+    }
+
+private:
+    void serve() {
+        for (;;) {
+            std::array<pollfd, 2> waiting{{{socket_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
+            if (::poll(waiting.data(), waiting.size(), -1) <= 0 || waiting[1].revents != 0) return;
+            const util::FileDescriptor accepted(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+            Client client(accepted.get(), stop_.get());
+            note([&] { connections_.emplace_back(); });
+            for (std::string head = client.readHead(); !head.empty(); head = client.readHead()) {
+                note([&] { connections_.back().push_back(head); });
+                if (!handler_(client, head)) break;
+            }
+        }
+    }
+
+    template <typename Change>
+    void note(Change change) {
+        const std::lock_guard lock(mutex_);
+        change();
+    }
+
+    Handler handler_;
+    LoopbackSocket socket_;
+    util::FileDescriptor stop_;
+    std::mutex mutex_;
+    std::vector<std::vector<std::string>> connections_; // guarded by mutex_
+    std::thread thread_;
+};
+
+/** An answer with its length, after which the server closes the connection. */
+inline std::string httpAnswer(std::string_view body, std::string_view status = "200 OK",
+                              std::string_view headers = "Content-Type: image/png\r\n") {
+    return fmt::format("HTTP/1.1 {}\r\n{}Content-Length: {}\r\nConnection: close\r\n\r\n{}", status, headers,
+                       body.size(), body);
+}
+
+inline std::string httpRedirect(std::string_view location) {
+    return httpAnswer("moved", "302 Found", fmt::format("Location: {}\r\n", location));
+}
+
+/** The path in the first line of a request. */
+inline std::string pathOf(const std::string& requestHead) {
+    const std::size_t start = requestHead.find(' ') + 1;
+    return requestHead.substr(start, requestHead.find(' ', start) - start);
+}
+
+/** A handler that gives the same answer to every request. */
+inline LoopbackServer::Handler always(std::string answer) {
+    return [answer = std::move(answer)](Client& client, const std::string&) {
+        client.send(answer);
+        return false;
+    };
+}
+
+} // namespace tests
