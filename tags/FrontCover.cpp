@@ -65,6 +65,12 @@ std::vector<std::string> otherPictures(const StoredTags& tags) {
     return others;
 }
 
+std::size_t roomIn(const SongFile& file) {
+    const Container container = containerOf(file);
+    const std::uint64_t room = formatOf(container).roomIn(file);
+    return static_cast<std::size_t>(std::min<std::uint64_t>(maxPictureBytes(container), room));
+}
+
 void check(bool good, const char* complaint) {
     if (!good) throw util::Exception(complaint);
 }
@@ -86,14 +92,11 @@ bool alreadyHas(const std::filesystem::path& song, std::span<const std::byte> pi
            });
 }
 
-std::size_t maxPictureBytes(const std::filesystem::path& song) {
-    return maxPictureBytes(containerOf(SongFile(song)));
-}
+std::size_t maxPictureBytes(const std::filesystem::path& song) { return roomIn(SongFile(song)); }
 
 void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture) {
     SongFile file(song, SongFile::Access::Change);
-    const Container container = containerOf(file);
-    formatOf(container).writeFront(file, coverFrom(picture, maxPictureBytes(container)));
+    formatOf(containerOf(file)).writeFront(file, coverFrom(picture, roomIn(file)));
 }
 
 void verify(const std::filesystem::path& original, const std::filesystem::path& tagged,

@@ -131,6 +131,10 @@ void SongFile::replace(std::uint64_t at, std::uint64_t length, std::string_view 
     size_ = newSize;
 }
 
+void checkCount(std::size_t parts) {
+    if (parts > maxTagParts) throw util::Exception("The song file has too many tags.");
+}
+
 bool sameBytes(const SongFile& one, const std::vector<Range>& ofOne, const SongFile& other,
                const std::vector<Range>& ofOther) {
     RangeReader first(one, ofOne);
