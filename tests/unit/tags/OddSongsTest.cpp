@@ -259,7 +259,7 @@ void appendToMovie(const path& song, const std::string& bytes) {
 
 /** Without tags. */
 path bareMp4(const path& folder) {
-    const path song = makeSong("aac", folder);
+    path song = makeSong("aac", folder);
     std::string file = fileBytes(song);
     file.replace(file.rfind("udta"), 4, "free");
     writeFile(song, file);
