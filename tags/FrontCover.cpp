@@ -90,10 +90,12 @@ std::size_t maxPictureBytes(const std::filesystem::path& song) {
     return maxPictureBytes(containerOf(SongFile(song)));
 }
 
-void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture) {
-    SongFile file(song, SongFile::Access::Change);
+void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture,
+                     const util::FileDescriptor& copy) {
+    SongFile file(song);
     const Container container = containerOf(file);
     formatOf(container).writeFront(file, coverFrom(picture, maxPictureBytes(container)));
+    file.writeTo(copy);
 }
 
 void verify(const std::filesystem::path& original, const std::filesystem::path& tagged,
