@@ -2,6 +2,7 @@
 #include "tags/FrontCover.h"
 
 #include "tags/Bytes.h"
+#include "tags/Verification.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
