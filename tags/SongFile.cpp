@@ -209,6 +209,10 @@ void SongFile::writeTo(const util::FileDescriptor& target) const {
     }
 }
 
+void checkCount(std::size_t parts) {
+    if (parts > maxTagParts) throw util::Exception("The song file has too many tags.");
+}
+
 bool sameBytes(const SongFile& one, const std::vector<Range>& ofOne, const SongFile& other,
                const std::vector<Range>& ofOther) {
     RangeReader first(one, ofOne);
