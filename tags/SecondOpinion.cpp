@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tags/SecondOpinion.h"
 
-#include "tags/Apart.h"
 #include "util/Exception.h"
 
 #include <taglib/aifffile.h>
@@ -162,8 +161,10 @@ View viewOf(const std::filesystem::path& path, Container container) {
     return viewAs<TagLib::WavPack::File>(path, ape);
 }
 
-void compare(const std::filesystem::path& original, const std::filesystem::path& tagged, Container container,
-             std::string_view picture) {
+} // namespace
+
+void secondOpinion(const std::filesystem::path& original, const std::filesystem::path& tagged,
+                   Container container, std::string_view picture) {
     View before = viewOf(original, container);
     View after = viewOf(tagged, container);
     if (after.frontCover != picture)
@@ -180,15 +181,6 @@ void compare(const std::filesystem::path& original, const std::filesystem::path&
         before.channels != after.channels) {
         throw util::Exception("Writing the cover would have changed the properties of the sound.");
     }
-}
-
-} // namespace
-
-void secondOpinion(const std::filesystem::path& original, const std::filesystem::path& tagged,
-                   Container container, std::string_view picture) {
-    using namespace std::chrono_literals;
-    constexpr std::size_t memory = std::size_t{1024} * 1024 * 1024;
-    runApart([&] { compare(original, tagged, container, picture); }, 30s, memory);
 }
 
 } // namespace tags

@@ -2,6 +2,7 @@
 #include "tags/FrontCover.h"
 
 #include "tags/Bytes.h"
+#include "tags/Verification.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/tags/Programs.h"
@@ -76,8 +77,7 @@ TEST_P(EverySong, IsKnownByItsContentAlone) {
     const path renamed = folder() / "song.txt";
     std::filesystem::rename(song, renamed);
     const std::string cover = jpegOf(30, 1);
-    tags::writeFrontCover(renamed, bytesOf(cover));
-    EXPECT_TRUE(coverOf(renamed) == cover);
+    EXPECT_TRUE(coverOf(withCover(renamed, cover)) == cover);
 }
 
 /** What isn't noticed must not matter, as the name under which the cover is kept. */
@@ -85,8 +85,7 @@ TEST_P(EverySong, IsNoProofWithAWrongByteThatMatters) {
     const path song = tests::makeSong(GetParam(), folder());
     tests::addTags(song, GetParam(), {pngOf(8, 1), pngOf(8, 2)}, 3);
     const std::string cover = jpegOf(8, 3);
-    const path copy = copyOf(song);
-    tags::writeFrontCover(copy, bytesOf(cover));
+    const path copy = withCover(song, cover);
     const std::string good = tests::fileBytes(copy);
     const std::string sound = tests::soundOf(copy);
     const std::string texts = tests::textsOf(copy);
@@ -223,8 +222,7 @@ TEST_F(OneSong, IsNoProofWhenAnUnknownTagOrAnotherPictureIsDifferent) {
     const path song = tests::makeSong("mp3", folder());
     tests::addTags(song, "mp3", {pngOf(8, 1), pngOf(8, 2)}, 3);
     const std::string cover = jpegOf(16, 3);
-    const path copy = copyOf(song);
-    tags::writeFrontCover(copy, bytesOf(cover));
+    const path copy = withCover(song, cover);
     const std::string good = tests::fileBytes(copy);
     for (const std::string& text : {std::string("tests\0\xFF", 7), std::string("the back")}) {
         std::string bad = good;
@@ -260,7 +258,7 @@ TEST_F(OneSong, Mp4InFragmentsIsRefusedWhenTheSoundWouldMove) {
     tests::run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "sine=duration=2", "-c:a", "aac", "-movflags",
                 "+frag_keyframe+empty_moov", song.string()});
     EXPECT_EQ(coverOf(song), "");
-    EXPECT_THROW(tags::writeFrontCover(song, bytesOf(jpegOf(16, 1))), util::Exception);
+    EXPECT_THROW(withCover(song, jpegOf(16, 1)), util::Exception);
 }
 
 TEST_F(OneSong, Mp4MayEndInAFewBytesThatAreNoAtom) {
@@ -279,7 +277,7 @@ TEST_F(OneSong, IsGivenNoOtherFormatsAndNothingTooLarge) {
     std::string large = jpegOf(16, 1);
     large.resize(10'000'001);
     for (const std::string& bad : {std::string(), std::string("text"), std::string("GIF89a"), large})
-        EXPECT_THROW(tags::writeFrontCover(song, bytesOf(bad)), util::Exception);
+        EXPECT_THROW(withCover(song, bad), util::Exception);
     EXPECT_TRUE(tests::fileBytes(song) == before);
 }
 
