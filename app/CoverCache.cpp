@@ -105,7 +105,6 @@ CoverCache::~CoverCache() {
 bool CoverCache::CheckDatabase() {
     app::setUpLastWords();
     app::setUpMemory();
-    app::setUpNetwork();
     const std::filesystem::path folder = store::stateFolder();
     app::setUpXml(folder);
     impl_->opened = std::make_unique<app::OpenStore>(std::make_unique<store::SqliteStore>(folder));

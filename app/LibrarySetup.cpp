@@ -3,7 +3,6 @@
 
 #include "app/OpenStore.h"
 #include "app/Parameters.h"
-#include "net/HttpClient.h"
 #include "util/Log.h"
 #include "util/XMLParser.h"
 
@@ -54,8 +53,6 @@ void setUpMemory() noexcept {
     mallopt(M_MMAP_THRESHOLD, 32 * mebibyte); // NOLINT(concurrency-mt-unsafe): there is one thread as yet
     mallopt(M_TRIM_THRESHOLD, 5 * mebibyte);  // NOLINT(concurrency-mt-unsafe)
 }
-
-void setUpNetwork() { net::HttpClient::setUp(); }
 
 void setUpXml(const fs::path& stateFolder) {
     util::XMLParser::setUp([stateFolder] { return stylesheetFolders(stateFolder); });

@@ -17,8 +17,6 @@ void setUpLastWords() noexcept;
  */
 void setUpMemory() noexcept;
 
-void setUpNetwork();
-
 void setUpXml(const std::filesystem::path& stateFolder);
 
 } // namespace app

@@ -173,18 +173,24 @@ void refuseOtherSchemes(const std::string& url) {
     if (url.find('\0') != std::string::npos) throw util::Exception("The address is malformed.");
 }
 
-} // namespace
-
-void HttpClient::setUp() {
-    static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
+/**
+ * With the first client, not with the process: the tables of the TLS library take more than 2 MiB, and most
+ * processes never fetch anything.
+ */
+void setUpOnce() {
+    static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT); // thread-safe since libcurl 7.84
     if (code != CURLE_OK) throw util::Exception("The network library can't be set up.");
     // A TLS connection that the server has left would end the process at the next write.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 }
 
+} // namespace
+
 void HttpClient::HandleDeleter::operator()(void* handle) const noexcept { curl_easy_cleanup(handle); }
 
-HttpClient::HttpClient(const HttpSettings& settings) : settings_(settings), handle_(curl_easy_init()) {
+HttpClient::HttpClient(const HttpSettings& settings) : settings_(settings) {
+    setUpOnce();
+    handle_.reset(curl_easy_init());
     if (!handle_) throw std::bad_alloc();
 }
 

@@ -30,9 +30,6 @@ struct HttpAnswer {
  */
 class HttpClient {
 public:
-    /** Once, before there is a second thread. @throws util::Exception */
-    static void setUp();
-
     /** @throws util::Exception */
     explicit HttpClient(const HttpSettings& settings = {});
 

@@ -3,6 +3,7 @@
 
 #include "util/Buffer.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -70,8 +71,12 @@ struct Job {
     std::string path;     // the song file as it was given, any bytes; empty for a delete job
     bool replace = false; // write the cover also where the file has one
     JobState state = JobState::Queued;
-    std::string reason; // why it failed
+    std::string reason;        // why it failed, or why it was postponed
+    int attempts = 0;          // how often it was postponed
+    std::string temporaryFile; // which it may leave behind; empty unless it runs
 };
+
+using Clock = std::chrono::system_clock; // postponed jobs outlive the process
 
 /** The words to look for, field by field; a field that is empty matches everything. */
 struct Search {
@@ -154,6 +159,42 @@ public:
 
     /** The jobs of an entry, in the order in which they were queued. */
     virtual std::vector<Job> jobs(int entryId) = 0;
+
+    /** About how many finished jobs are kept, to be looked at: the oldest beyond that go now and then. */
+    static constexpr int maxFinishedJobs = 10'000;
+
+    // For whoever carries the jobs out. Only one does at a time, which is not the store's business.
+
+    /**
+     * The oldest job that is queued and due, if any. A delete job has its turn when no tag job of its entry
+     * is left to be done.
+     */
+    virtual std::optional<Job> nextJob(Clock::time_point now) = 0;
+
+    /** When the next job is due that nextJob() may not give out yet; nothing when the queue is empty. */
+    virtual std::optional<Clock::time_point> nextJobDue() = 0;
+
+    /** The job runs from now on, and `temporaryFile` is on disk in the store before this returns. */
+    virtual void startJob(int id, std::string_view temporaryFile) = 0;
+
+    /** What is running, or was when its process died. */
+    virtual std::vector<Job> runningJobs() = 0;
+
+    /** Back to the queue, as if it had never been started. */
+    virtual void putBackJob(int id) = 0;
+
+    /** Back to the queue after it failed for a reason that passes. */
+    virtual void postponeJob(int id, const std::string& reason, Clock::time_point due) = 0;
+
+    /** @param failure why it failed; empty when it is done */
+    virtual void finishJob(int id, const std::string& failure) = 0;
+
+    /** True when a tag job of the entry that was queued before `job` failed, and none for the same file was
+     * done since. */
+    virtual bool tagJobFailedBefore(const Job& job) = 0;
+
+    /** Takes the entry's image away; it becomes an earlier one. No entry, or no image: nothing happens. */
+    virtual void dropImage(int entryId) = 0;
 };
 
 } // namespace store

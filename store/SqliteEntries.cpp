@@ -64,6 +64,10 @@ constexpr const char* rememberEarlier =
     "INSERT INTO earlier_images (entry, image) "
     "SELECT id, image FROM entries WHERE id = ? AND image IS NOT NULL AND image <> ? "
     "ON CONFLICT DO NOTHING";
+constexpr const char* moveToEarlier = "INSERT INTO earlier_images (entry, image) "
+                                      "SELECT id, image FROM entries WHERE id = ? AND image IS NOT NULL "
+                                      "ON CONFLICT DO NOTHING";
+constexpr const char* clearImage = "UPDATE entries SET image = NULL WHERE id = ?";
 constexpr const char* selectEarlier =
     "SELECT " IMAGE_COLUMNS "FROM earlier_images h JOIN images i ON i.id = h.image "
     "WHERE h.entry = ? ORDER BY h.id DESC";
@@ -187,6 +191,22 @@ std::string matchExpression(const Search& search) {
 
 bool lacks(const std::string& there, const std::string& given) { return there.empty() && !given.empty(); }
 
+/** The newest `keep` of them stay. */
+void dropEarlierImages(SqliteConnection& connection, std::int64_t entryId, int keep) {
+    std::vector<std::pair<std::int64_t, std::int64_t>> surplus;
+    {
+        StatementUse statement = connection.use(selectSurplusEarlier);
+        statement->bind(1, entryId);
+        statement->bind(2, keep);
+        while (statement->executeStep())
+            surplus.emplace_back(statement->getColumn(0).getInt64(), statement->getColumn(1).getInt64());
+    }
+    for (const auto& [row, image] : surplus) {
+        execute(connection, deleteEarlier, row);
+        execute(connection, deleteUnusedImage, image);
+    }
+}
+
 std::int64_t count(SQLite::Statement& statement) {
     statement.executeStep();
     return statement.getColumn(0).getInt64();
@@ -221,6 +241,7 @@ void dropOldestEmptyEntries(SqliteConnection& connection, int keep) {
             surplus.push_back(statement->getColumn(0).getInt64());
     }
     for (const std::int64_t id : surplus) {
+        dropEarlierImages(connection, id, 0); // an entry whose cover was dropped has some
         execute(connection, deleteWords, id);
         execute(connection, deleteEntry, id);
     }
@@ -268,18 +289,13 @@ void setEntryImage(SqliteConnection& connection, int entryId, std::int64_t image
     execute(connection, forgetEarlier, entryId, imageRow);
     execute(connection, rememberEarlier, entryId, imageRow);
     execute(connection, updateImage, imageRow, entryId);
-    std::vector<std::pair<std::int64_t, std::int64_t>> surplus;
-    {
-        StatementUse statement = connection.use(selectSurplusEarlier);
-        statement->bind(1, entryId);
-        statement->bind(2, CoverStore::maxEarlierImages);
-        while (statement->executeStep())
-            surplus.emplace_back(statement->getColumn(0).getInt64(), statement->getColumn(1).getInt64());
-    }
-    for (const auto& [row, image] : surplus) {
-        execute(connection, deleteEarlier, row);
-        execute(connection, deleteUnusedImage, image);
-    }
+    dropEarlierImages(connection, entryId, CoverStore::maxEarlierImages);
+}
+
+void dropEntryImage(SqliteConnection& connection, int entryId) {
+    execute(connection, moveToEarlier, entryId);
+    execute(connection, clearImage, entryId);
+    dropEarlierImages(connection, entryId, CoverStore::maxEarlierImages);
 }
 
 std::optional<ImageInfo> cover(SqliteConnection& connection, int entryId) {

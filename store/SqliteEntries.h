@@ -27,6 +27,9 @@ void completeEntry(SqliteConnection& connection, const Entry& entry, const Recor
  * go. */
 void setEntryImage(SqliteConnection& connection, int entryId, std::int64_t imageRow);
 
+/** Leaves the entry without an image; the one it had becomes an earlier one. */
+void dropEntryImage(SqliteConnection& connection, int entryId);
+
 [[nodiscard]] std::optional<ImageInfo> cover(SqliteConnection& connection, int entryId);
 [[nodiscard]] std::vector<ImageInfo> earlierImages(SqliteConnection& connection, int entryId);
 [[nodiscard]] std::optional<util::Buffer> imageContent(SqliteConnection& connection, const std::string& hash);

@@ -72,13 +72,16 @@ CREATE TABLE parameters (
 ) WITHOUT ROWID;
 
 CREATE TABLE jobs (
-    id      INTEGER PRIMARY KEY AUTOINCREMENT,
-    kind    TEXT    NOT NULL CHECK (kind IN ('tag', 'delete')),
-    entry   INTEGER NOT NULL,
-    path    BLOB    NOT NULL,
-    replace INTEGER NOT NULL,
-    state   TEXT    NOT NULL CHECK (state IN ('queued', 'running', 'done', 'failed')),
-    reason  TEXT    NOT NULL
+    id             INTEGER PRIMARY KEY AUTOINCREMENT,
+    kind           TEXT    NOT NULL CHECK (kind IN ('tag', 'delete')),
+    entry          INTEGER NOT NULL,
+    path           BLOB    NOT NULL,
+    replace        INTEGER NOT NULL,
+    state          TEXT    NOT NULL CHECK (state IN ('queued', 'running', 'done', 'failed')),
+    reason         TEXT    NOT NULL,
+    attempts       INTEGER NOT NULL,
+    due            INTEGER NOT NULL, -- not before; milliseconds since 1970
+    temporary_file BLOB    NOT NULL
 );
 CREATE INDEX jobs_by_entry ON jobs (entry);
 CREATE INDEX jobs_open ON jobs (id) WHERE state IN ('queued', 'running');

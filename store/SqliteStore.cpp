@@ -5,6 +5,7 @@
 #include "store/Sha256.h"
 #include "store/SqliteConnection.h"
 #include "store/SqliteEntries.h"
+#include "store/SqliteJobs.h"
 #include "util/Exception.h"
 
 #include <SQLiteCpp/Transaction.h>
@@ -22,21 +23,6 @@ constexpr const char* selectParameter = "SELECT value FROM parameters WHERE name
 constexpr const char* upsertParameter = "INSERT INTO parameters (name, value) VALUES (?, ?) ON CONFLICT "
                                         "(name) DO UPDATE SET value = excluded.value";
 constexpr const char* removeParameter = "DELETE FROM parameters WHERE name = ?";
-constexpr const char* insertJob =
-    "INSERT INTO jobs (kind, entry, path, replace, state, reason) VALUES (?, ?, ?, ?, 'queued', '')";
-constexpr const char* selectJobs =
-    "SELECT id, kind, path, replace, state, reason FROM jobs WHERE entry = ? ORDER BY id";
-
-constexpr const char* tagKind = "tag";
-constexpr const char* deleteKind = "delete";
-
-JobState jobState(std::string_view name) {
-    if (name == "queued") return JobState::Queued;
-    if (name == "running") return JobState::Running;
-    if (name == "done") return JobState::Done;
-    return JobState::Failed;
-}
-
 int checkedId(std::int64_t id) {
     if (id <= 0 || id > std::numeric_limits<int>::max())
         throw util::Exception("The cover store has run out of ids.");
@@ -58,6 +44,15 @@ auto SqliteStore::run(std::string_view doing, Operation operation) {
         if (spoilsConnection(failure)) connection_.reset();
         throwStoreFailure(doing, failure);
     }
+}
+
+template <typename Operation>
+void SqliteStore::write(std::string_view doing, Operation operation) {
+    run(doing, [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        operation(connection);
+        transaction.commit();
+    });
 }
 
 SqliteStore::SqliteStore(const std::filesystem::path& folder)
@@ -182,21 +177,11 @@ void SqliteStore::deleteParameter(std::string_view name) {
 }
 
 int SqliteStore::queueJob(JobKind kind, int entryId, std::string_view path, bool replace) {
-    return run("queue a job", [&](SqliteConnection& connection) {
-        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        {
-            StatementUse statement = connection.use(insertJob);
-            statement->bind(1, kind == JobKind::WriteTag ? tagKind : deleteKind);
-            statement->bind(2, entryId);
-            // An empty view may have no address, and SQLite makes that NULL.
-            statement->bind(3, path.empty() ? "" : path.data(), static_cast<int>(path.size()));
-            statement->bind(4, replace ? 1 : 0);
-            statement->exec();
-        }
-        const int id = checkedId(connection.database().getLastInsertRowid());
-        transaction.commit();
-        return id;
+    int id = 0;
+    write("queue a job", [&](SqliteConnection& connection) {
+        id = checkedId(sqlite::insertJob(connection, kind, entryId, path, replace));
     });
+    return id;
 }
 
 int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
@@ -206,21 +191,51 @@ int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
 int SqliteStore::queueDeleteJob(int entryId) { return queueJob(JobKind::Delete, entryId, "", false); }
 
 std::vector<Job> SqliteStore::jobs(int entryId) {
-    return run("list jobs", [&](SqliteConnection& connection) {
-        std::vector<Job> all;
-        StatementUse statement = connection.use(selectJobs);
-        statement->bind(1, entryId);
-        while (statement->executeStep())
-            all.push_back(
-                {.id = statement->getColumn(0).getInt(),
-                 .kind = statement->getColumn(1).getString() == tagKind ? JobKind::WriteTag : JobKind::Delete,
-                 .entryId = entryId,
-                 .path = statement->getColumn(2).getString(),
-                 .replace = statement->getColumn(3).getInt() != 0,
-                 .state = jobState(statement->getColumn(4).getString()),
-                 .reason = statement->getColumn(5).getString()});
-        return all;
+    return run("list jobs",
+               [&](SqliteConnection& connection) { return sqlite::jobsOf(connection, entryId); });
+}
+
+std::optional<Job> SqliteStore::nextJob(Clock::time_point now) {
+    return run("find a job", [&](SqliteConnection& connection) { return sqlite::nextJob(connection, now); });
+}
+
+std::optional<Clock::time_point> SqliteStore::nextJobDue() {
+    return run("find a job", [&](SqliteConnection& connection) { return sqlite::nextJobDue(connection); });
+}
+
+void SqliteStore::startJob(int id, std::string_view temporaryFile) {
+    write("start a job",
+          [&](SqliteConnection& connection) { sqlite::startJob(connection, id, temporaryFile); });
+}
+
+std::vector<Job> SqliteStore::runningJobs() {
+    return run("list running jobs",
+               [](SqliteConnection& connection) { return sqlite::runningJobs(connection); });
+}
+
+void SqliteStore::putBackJob(int id) {
+    write("put a job back", [&](SqliteConnection& connection) { sqlite::putBackJob(connection, id); });
+}
+
+void SqliteStore::postponeJob(int id, const std::string& reason, Clock::time_point due) {
+    write("postpone a job",
+          [&](SqliteConnection& connection) { sqlite::postponeJob(connection, id, reason, due); });
+}
+
+void SqliteStore::finishJob(int id, const std::string& failure) {
+    write("finish a job", [&](SqliteConnection& connection) {
+        sqlite::finishJob(connection, id, failure);
+        if (id % 100 == 0) sqlite::dropOldJobs(connection, id, maxFinishedJobs);
     });
+}
+
+bool SqliteStore::tagJobFailedBefore(const Job& job) {
+    return run("look for failed jobs",
+               [&](SqliteConnection& connection) { return sqlite::tagJobFailedBefore(connection, job); });
+}
+
+void SqliteStore::dropImage(int entryId) {
+    write("drop a cover", [&](SqliteConnection& connection) { sqlite::dropEntryImage(connection, entryId); });
 }
 
 } // namespace store

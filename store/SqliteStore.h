@@ -41,6 +41,15 @@ public:
     int queueTagJob(int entryId, std::string_view path, bool replace) override;
     int queueDeleteJob(int entryId) override;
     std::vector<Job> jobs(int entryId) override;
+    std::optional<Job> nextJob(Clock::time_point now) override;
+    std::optional<Clock::time_point> nextJobDue() override;
+    void startJob(int id, std::string_view temporaryFile) override;
+    std::vector<Job> runningJobs() override;
+    void putBackJob(int id) override;
+    void postponeJob(int id, const std::string& reason, Clock::time_point due) override;
+    void finishJob(int id, const std::string& failure) override;
+    bool tagJobFailedBefore(const Job& job) override;
+    void dropImage(int entryId) override;
 
 private:
     /**
@@ -51,6 +60,10 @@ private:
      */
     template <typename Operation>
     auto run(std::string_view doing, Operation operation);
+
+    /** run(), as a transaction that writes. */
+    template <typename Operation>
+    void write(std::string_view doing, Operation operation);
 
     int queueJob(JobKind kind, int entryId, std::string_view path, bool replace);
 

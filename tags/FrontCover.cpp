@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "tags/FrontCover.h"
+
+#include "tags/Bytes.h"
+#include "tags/Container.h"
+#include "tags/SecondOpinion.h"
+#include "util/Exception.h"
+#include "util/ImageHeader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace tags {
+namespace {
+
+std::string_view textOf(std::span<const std::byte> bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/** Told by content: many files have a wrong MIME type, or none. */
+bool isImage(const std::string& bytes) {
+    const util::ByteReader in = readerOf(bytes, "picture");
+    return in.matches(0, "\xFF\xD8\xFF") || in.matches(0, "\x89PNG\r\n\x1A\n") || in.matches(0, "GIF8") ||
+           (in.matches(0, "RIFF") && in.matches(8, "WEBP"));
+}
+
+StoredTags tagsOf(const SongFile& file) { return formatOf(containerOf(file)).tagsOf(file); }
+
+/** The picture that players show; null where there is none. */
+const Picture* shown(const StoredTags& tags) {
+    const auto usable = [](const Picture& picture) { return isImage(picture.image); };
+    auto found = std::ranges::find_if(
+        tags.pictures, [&](const Picture& picture) { return picture.front && usable(picture); });
+    if (found == tags.pictures.end()) found = std::ranges::find_if(tags.pictures, usable);
+    return found == tags.pictures.end() ? nullptr : &*found;
+}
+
+Cover coverFrom(std::span<const std::byte> picture, std::size_t maxBytes) {
+    if (picture.size() > maxBytes)
+        throw util::Exception(
+            fmt::format("The picture is larger than the {} bytes that the song file takes.", maxBytes));
+    const util::ImageHeader header = util::readImageHeader(picture, {});
+    const bool png = header.type == util::ImageType::Png;
+    if (!png && header.type != util::ImageType::Jpeg)
+        throw util::Exception("Only JPEG and PNG images can be written into song files.");
+    constexpr std::size_t colourTypeAt = 25;
+    constexpr std::byte alpha{0x04};
+    const bool transparent = png && (picture[colourTypeAt] & alpha) == alpha;
+    return {.image = textOf(picture),
+            .mime = util::mimeType(header.type),
+            .png = png,
+            .width = static_cast<std::uint32_t>(header.widthPixels),
+            .height = static_cast<std::uint32_t>(header.heightPixels),
+            .bitsPerPixel = transparent ? 32U : 24U};
+}
+
+std::vector<std::string> otherPictures(const StoredTags& tags) {
+    std::vector<std::string> others;
+    for (const Picture& picture : tags.pictures) {
+        if (!picture.front) others.push_back(picture.stored);
+    }
+    return others;
+}
+
+void check(bool good, const char* complaint) {
+    if (!good) throw util::Exception(complaint);
+}
+
+} // namespace
+
+util::Buffer readFrontCover(const std::filesystem::path& song) {
+    const StoredTags tags = tagsOf(SongFile(song));
+    const Picture* picture = shown(tags);
+    return picture == nullptr ? util::Buffer() : util::Buffer(std::as_bytes(std::span(picture->image)));
+}
+
+bool alreadyHas(const std::filesystem::path& song, std::span<const std::byte> picture) {
+    const StoredTags tags = tagsOf(SongFile(song));
+    const Picture* first = shown(tags);
+    return first != nullptr && first->image == textOf(picture) &&
+           std::ranges::all_of(tags.pictures, [&](const Picture& other) {
+               return !other.front || other.image == textOf(picture);
+           });
+}
+
+std::size_t maxPictureBytes(const std::filesystem::path& song) {
+    return maxPictureBytes(containerOf(SongFile(song)));
+}
+
+void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture) {
+    SongFile file(song, SongFile::Access::Change);
+    const Container container = containerOf(file);
+    formatOf(container).writeFront(file, coverFrom(picture, maxPictureBytes(container)));
+}
+
+void verify(const std::filesystem::path& original, const std::filesystem::path& tagged,
+            std::span<const std::byte> picture) {
+    const SongFile before(original);
+    const SongFile after(tagged);
+    const Container container = containerOf(before);
+    check(containerOf(after) == container, "Writing the cover would have changed the kind of the song file.");
+    const Format& format = formatOf(container);
+    const StoredTags oldTags = format.tagsOf(before);
+    const StoredTags newTags = format.tagsOf(after);
+    const auto fronts = std::ranges::count_if(newTags.pictures, &Picture::front);
+    const Picture* first = shown(newTags);
+    check(fronts == 1 && first != nullptr && first->image == textOf(picture),
+          "The cover has not arrived in the song file.");
+    check(otherPictures(oldTags) == otherPictures(newTags),
+          "Writing the cover would have changed other pictures in the song file.");
+    check(oldTags.others == newTags.others,
+          "Writing the cover would have changed other tags of the song file.");
+    const Body oldBody = format.bodyOf(before);
+    const Body newBody = format.bodyOf(after);
+    check(oldBody.layout == newBody.layout && sameBytes(before, oldBody.bytes, after, newBody.bytes),
+          "Writing the cover would have changed the sound of the song file.");
+    secondOpinion(original, tagged, container, textOf(picture));
+}
+
+} // namespace tags

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "util/Buffer.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+
+/**
+ * Front covers inside song files: MP3, WAV, AIFF, FLAC, Ogg (Vorbis, Opus, Speex, FLAC), MP4, WMA, Monkey's
+ * Audio, Musepack, WavPack. Which of them a file is, its content tells. Paths are those of regular files,
+ * links resolved. Everything here throws util::Exception, which says why, for a file that is none of them,
+ * damaged, or laid out in a way that can't be changed safely. Nothing keeps a file open. Thread-safe for
+ * different files.
+ */
+namespace tags {
+
+/**
+ * The picture that players show for `song`: its front cover, or else its first picture. Empty where there is
+ * none; what is not a JPEG, PNG, WebP or GIF image by its content, or only the address of one, counts as
+ * none.
+ */
+[[nodiscard]] util::Buffer readFrontCover(const std::filesystem::path& song);
+
+/** True when every front cover in `song` is exactly this picture, and there is one. */
+[[nodiscard]] bool alreadyHas(const std::filesystem::path& song, std::span<const std::byte> picture);
+
+/** How large a picture may be to be written into `song`. */
+[[nodiscard]] std::size_t maxPictureBytes(const std::filesystem::path& song);
+
+/**
+ * Makes `picture`, a JPEG or PNG, the only front cover of `song`, in place: give it a copy, because a failure
+ * leaves a damaged file. Its other pictures and tags and the version of its tag stay. Nothing is flushed to
+ * the disk. Success is to be proved with `verify`.
+ */
+void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture);
+
+/**
+ * Proves that `tagged` is `original` with `picture` as its front cover and that nothing else is different:
+ * the other pictures and tags and everything that makes the sound, byte by byte. A second library has to see
+ * the same.
+ * @throws util::Exception when it isn't so
+ */
+void verify(const std::filesystem::path& original, const std::filesystem::path& tagged,
+            std::span<const std::byte> picture);
+
+} // namespace tags
