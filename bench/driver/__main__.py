@@ -12,12 +12,21 @@ from typing import NamedTuple
 
 import big_store
 import memory
+import parameters
+import query
 import report
 import show
 import upload
 from server import BUILD
 
-BENCHMARKS = {"show": show, "upload": upload, "memory": memory, "store": big_store}
+BENCHMARKS = {
+    "show": show,
+    "upload": upload,
+    "memory": memory,
+    "store": big_store,
+    "query": query,
+    "parameters": parameters,
+}
 
 
 class Scale(NamedTuple):
@@ -29,10 +38,11 @@ class Scale(NamedTuple):
     shows: tuple
     entries: int
     starts: int
+    queries: int
 
 
-FULL = Scale(rounds=9, seconds=3, uploads=200, shows=(1_000, 10_000, 100_000), entries=1_000_000, starts=30)
-QUICK = Scale(rounds=3, seconds=1, uploads=60, shows=(300, 1_000, 3_000), entries=20_000, starts=8)
+FULL = Scale(rounds=9, seconds=3, uploads=200, shows=(1_000, 10_000, 100_000), entries=1_000_000, starts=30, queries=200)
+QUICK = Scale(rounds=3, seconds=1, uploads=60, shows=(300, 1_000, 3_000), entries=20_000, starts=8, queries=40)
 
 
 def main():
