@@ -74,6 +74,7 @@ struct Job {
     std::string reason;        // why it failed, or why it was postponed
     int attempts = 0;          // how often it was postponed
     std::string temporaryFile; // which it may leave behind; empty unless it runs
+    std::string imageHash; // of the image that the entry had when the job was queued; empty where it had none
 };
 
 using Clock = std::chrono::system_clock; // postponed jobs outlive the process
@@ -175,7 +176,8 @@ public:
      */
     virtual std::optional<Job> nextJob(Clock::time_point now) = 0;
 
-    /** When the next job is due that nextJob() may not give out yet; nothing when the queue is empty. */
+    /** When there is something to do next, in the past if that is now: a job is due, or one runs whose
+     * process may have died. Nothing when the queue is empty. */
     virtual std::optional<Clock::time_point> nextJobDue() = 0;
 
     /** The job runs from now on, and `temporaryFile` is on disk in the store before this returns. */
@@ -197,8 +199,9 @@ public:
      * done since. */
     virtual bool tagJobFailedBefore(const Job& job) = 0;
 
-    /** Takes the entry's image away; it becomes an earlier one. No entry, or no image: nothing happens. */
-    virtual void dropImage(int entryId) = 0;
+    /** Takes the image with that hash away from the entry; it becomes an earlier one. Nothing happens where
+     * the entry has another one by now, or none. */
+    virtual void dropImage(int entryId, const std::string& hash) = 0;
 };
 
 } // namespace store

@@ -6,19 +6,25 @@ namespace {
 
 // Every statement that yields jobs lists the same columns in the same order, and readJob() reads them.
 #define JOB_COLUMNS                                                                                          \
-    "j.id, j.kind, j.entry, j.path, j.replace, j.state, j.reason, j.attempts, j.temporary_file "
+    "j.id, j.kind, j.entry, j.path, j.replace, j.state, j.reason, j.attempts, j.temporary_file, "            \
+    "j.image_hash "
 
 constexpr const char* insertRow =
-    "INSERT INTO jobs (kind, entry, path, replace, state, reason, attempts, due, temporary_file) "
-    "VALUES (?, ?, ?, ?, 'queued', '', 0, 0, x'')";
+    "INSERT INTO jobs (kind, entry, image_hash, path, replace, state, reason, attempts, due, temporary_file) "
+    "VALUES (?1, ?2, coalesce((SELECT i.hash FROM entries e JOIN images i ON i.id = e.image WHERE e.id = "
+    "?2), ''), "
+    "?3, ?4, 'queued', '', 0, 0, x'')";
 constexpr const char* selectOfEntry = "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.entry = ? ORDER BY j.id";
 constexpr const char* selectRunning = "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.state = 'running'";
 // A delete job gives way to later tag jobs of its entry as well: they could not do without the cover.
+#define TAG_JOBS_LEFT                                                                                        \
+    "EXISTS (SELECT 1 FROM jobs t WHERE t.entry = j.entry AND t.kind = 'tag' "                               \
+    "AND t.state IN ('queued', 'running')) "
 constexpr const char* selectNext =
     "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.state = 'queued' AND j.due <= ? "
-    "AND (j.kind = 'tag' OR NOT EXISTS (SELECT 1 FROM jobs t WHERE t.entry = j.entry AND t.kind = 'tag' "
-    "AND t.state IN ('queued', 'running'))) ORDER BY j.id LIMIT 1";
-constexpr const char* selectDue = "SELECT min(due) FROM jobs WHERE state = 'queued' AND kind = 'tag'";
+    "AND (j.kind = 'tag' OR NOT " TAG_JOBS_LEFT ") ORDER BY j.id LIMIT 1";
+constexpr const char* selectDue = "SELECT min(j.due) FROM jobs j WHERE j.state IN ('queued', 'running') AND "
+                                  "(j.kind = 'tag' OR NOT " TAG_JOBS_LEFT ")";
 constexpr const char* selectFailedBefore =
     "SELECT 1 FROM jobs f WHERE f.entry = ?1 AND f.kind = 'tag' AND f.state = 'failed' AND f.id < ?2 "
     "AND NOT EXISTS (SELECT 1 FROM jobs d WHERE d.entry = ?1 AND d.path = f.path AND d.state = 'done' "
@@ -35,6 +41,7 @@ constexpr const char* deleteOld =
     "WHERE o.entry = jobs.entry AND o.state IN ('queued', 'running'))";
 
 #undef JOB_COLUMNS
+#undef TAG_JOBS_LEFT
 
 constexpr const char* tagKind = "tag";
 constexpr const char* deleteKind = "delete";
@@ -55,7 +62,8 @@ Job readJob(const SQLite::Statement& row) {
             .state = jobState(row.getColumn(5).getString()),
             .reason = row.getColumn(6).getString(),
             .attempts = row.getColumn(7).getInt(),
-            .temporaryFile = row.getColumn(8).getString()};
+            .temporaryFile = row.getColumn(8).getString(),
+            .imageHash = row.getColumn(9).getString()};
 }
 
 std::vector<Job> readJobs(SQLite::Statement& statement) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,11 @@ struct Cover {
     std::uint32_t bitsPerPixel = 24;
 };
 
+/** Of files that can grow as they like. */
+[[nodiscard]] constexpr std::uint64_t unlimitedRoom(const SongFile& /*file*/) noexcept {
+    return std::numeric_limits<std::uint64_t>::max();
+}
+
 /** How many bytes of padding a tag of `used` bytes gets where `area` bytes had been taken: all that are left,
  * so that the sound stays where it is, unless that wastes too much. */
 [[nodiscard]] constexpr std::size_t paddingFor(std::uint64_t used, std::uint64_t area) noexcept {
@@ -50,13 +56,13 @@ struct Cover {
 
 /**
  * What a file format needs to know how to do. All of them throw util::Exception for a file that is damaged or
- * laid out in a way that they don't know; they change nothing but the front cover, to the byte, and leave the
- * file that they have failed to write damaged.
+ * laid out in a way that they don't know, and change nothing but the front cover, to the byte.
  */
 struct Format {
     StoredTags (*tagsOf)(const SongFile& file);
     Body (*bodyOf)(const SongFile& file);
     void (*writeFront)(SongFile& file, const Cover& cover);
+    std::uint64_t (*roomIn)(const SongFile& file); // the largest picture for which this very file has room
 };
 
 extern const Format mp3Format;

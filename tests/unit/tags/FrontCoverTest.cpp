@@ -2,10 +2,11 @@
 #include "tags/FrontCover.h"
 
 #include "tags/Bytes.h"
+#include "tags/Verification.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
-#include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/tags/Programs.h"
+#include "tests/unit/tags/SongTest.h"
 #include "tests/unit/tags/Songs.h"
 #include "util/Exception.h"
 
@@ -20,11 +21,10 @@ namespace {
 
 using std::filesystem::path;
 using tests::bytesOf;
-
-std::string jpegOf(int side, int seed) { return tests::jpeg(tests::picture(side, side, seed)); }
-std::string pngOf(int side, int seed) { return tests::png(tests::picture(side, side, seed)); }
-
-std::string coverOf(const path& song) { return tests::textOf(tags::readFrontCover(song).bytes()); }
+using tests::coverOf;
+using tests::jpegOf;
+using tests::pngOf;
+using tests::SongTest;
 
 /** Noise, which no encoder makes smaller. */
 std::string largePng() {
@@ -35,34 +35,6 @@ std::string largePng() {
             gdImageSetPixel(picture.get(), x, y, static_cast<int>(random() & 0xFFFFFFU));
     return tests::png(picture);
 }
-
-/** Songs in a folder of their own. */
-class SongTest : public testing::Test {
-protected:
-    [[nodiscard]] const path& folder() const { return folder_.path(); }
-
-    path copyOf(const path& song) const {
-        path copy = folder() / "copy";
-        copy += song.extension();
-        std::filesystem::copy_file(song, copy, std::filesystem::copy_options::overwrite_existing);
-        return copy;
-    }
-
-    /** Writes the cover into a copy, proves that only the cover is new, and puts the copy in the song's
-     * place. */
-    void setCover(const path& song, const std::string& cover) const {
-        const path copy = copyOf(song);
-        tags::writeFrontCover(copy, bytesOf(cover));
-        tags::verify(song, copy, bytesOf(cover));
-        std::filesystem::rename(copy, song);
-        EXPECT_TRUE(coverOf(song) == cover);
-        EXPECT_TRUE(tags::alreadyHas(song, bytesOf(cover)));
-        EXPECT_TRUE(tests::firstPictureOf(song) == cover) << "another program sees something else";
-    }
-
-private:
-    tests::TemporaryFolder folder_;
-};
 
 /** One test for each kind of file. */
 class EverySong : public SongTest, public testing::WithParamInterface<std::string> {};
@@ -105,8 +77,7 @@ TEST_P(EverySong, IsKnownByItsContentAlone) {
     const path renamed = folder() / "song.txt";
     std::filesystem::rename(song, renamed);
     const std::string cover = jpegOf(30, 1);
-    tags::writeFrontCover(renamed, bytesOf(cover));
-    EXPECT_TRUE(coverOf(renamed) == cover);
+    EXPECT_TRUE(coverOf(withCover(renamed, cover)) == cover);
 }
 
 /** What isn't noticed must not matter, as the name under which the cover is kept. */
@@ -114,8 +85,7 @@ TEST_P(EverySong, IsNoProofWithAWrongByteThatMatters) {
     const path song = tests::makeSong(GetParam(), folder());
     tests::addTags(song, GetParam(), {pngOf(8, 1), pngOf(8, 2)}, 3);
     const std::string cover = jpegOf(8, 3);
-    const path copy = copyOf(song);
-    tags::writeFrontCover(copy, bytesOf(cover));
+    const path copy = withCover(song, cover);
     const std::string good = tests::fileBytes(copy);
     const std::string sound = tests::soundOf(copy);
     const std::string texts = tests::textsOf(copy);
@@ -142,39 +112,6 @@ TEST_P(EverySong, IsNoProofWithAWrongByteThatMatters) {
     EXPECT_NO_THROW(tags::verify(song, copy, bytesOf(cover)));
     EXPECT_THROW(tags::verify(song, copy, bytesOf(jpegOf(8, 4))), util::Exception);
     EXPECT_THROW(tags::verify(song, song, bytesOf(cover)), util::Exception);
-}
-
-TEST_P(EverySong, IsReadOrRefusedWhenItIsDamaged) {
-    const path song = tests::makeSong(GetParam(), folder());
-    tests::addTags(song, GetParam(), {pngOf(8, 1), pngOf(8, 2)}, 4);
-    const std::string good = tests::fileBytes(song);
-    const path copy = copyOf(song);
-    const std::string cover = jpegOf(8, 3);
-    std::mt19937 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same damage each time
-    const auto below = [&](std::size_t limit) {
-        return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
-    };
-    int refused = 0;
-    for (int round = 0; round < 300; ++round) {
-        std::string bad = good;
-        const std::size_t head = std::min<std::size_t>(bad.size(), 3000);
-        for (std::size_t left = 1 + below(3); left > 0; --left) {
-            const std::size_t at = below(4) == 0 ? bad.size() - 1 - below(head) : below(head);
-            bad[at] = static_cast<char>(below(256));
-        }
-        if (below(4) == 0) bad.resize(below(bad.size()) + 1);
-        tests::writeFile(copy, bad);
-        const path tagged = folder() / "tagged";
-        std::filesystem::copy_file(copy, tagged, std::filesystem::copy_options::overwrite_existing);
-        try {
-            (void)tags::readFrontCover(copy);
-            tags::writeFrontCover(tagged, bytesOf(cover));
-            tags::verify(copy, tagged, bytesOf(cover));
-        } catch (const util::Exception&) {
-            ++refused;
-        }
-    }
-    EXPECT_GT(refused, 0) << "the damage does no harm";
 }
 
 INSTANTIATE_TEST_SUITE_P(Kind, EverySong, testing::ValuesIn(tests::songKinds()),
@@ -285,8 +222,7 @@ TEST_F(OneSong, IsNoProofWhenAnUnknownTagOrAnotherPictureIsDifferent) {
     const path song = tests::makeSong("mp3", folder());
     tests::addTags(song, "mp3", {pngOf(8, 1), pngOf(8, 2)}, 3);
     const std::string cover = jpegOf(16, 3);
-    const path copy = copyOf(song);
-    tags::writeFrontCover(copy, bytesOf(cover));
+    const path copy = withCover(song, cover);
     const std::string good = tests::fileBytes(copy);
     for (const std::string& text : {std::string("tests\0\xFF", 7), std::string("the back")}) {
         std::string bad = good;
@@ -322,7 +258,7 @@ TEST_F(OneSong, Mp4InFragmentsIsRefusedWhenTheSoundWouldMove) {
     tests::run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "sine=duration=2", "-c:a", "aac", "-movflags",
                 "+frag_keyframe+empty_moov", song.string()});
     EXPECT_EQ(coverOf(song), "");
-    EXPECT_THROW(tags::writeFrontCover(song, bytesOf(jpegOf(16, 1))), util::Exception);
+    EXPECT_THROW(withCover(song, jpegOf(16, 1)), util::Exception);
 }
 
 TEST_F(OneSong, Mp4MayEndInAFewBytesThatAreNoAtom) {
@@ -341,7 +277,7 @@ TEST_F(OneSong, IsGivenNoOtherFormatsAndNothingTooLarge) {
     std::string large = jpegOf(16, 1);
     large.resize(10'000'001);
     for (const std::string& bad : {std::string(), std::string("text"), std::string("GIF89a"), large})
-        EXPECT_THROW(tags::writeFrontCover(song, bytesOf(bad)), util::Exception);
+        EXPECT_THROW(withCover(song, bad), util::Exception);
     EXPECT_TRUE(tests::fileBytes(song) == before);
 }
 
