@@ -39,6 +39,8 @@ public:
     Original(const SongFolder& folder, const fs::path& name)
         : folder_(folder), name_(name),
           file_(::openat(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {
+        if (!file_ && errno == EWOULDBLOCK) // a file server has lent it out
+            throw TryAgainLater("Another program has the song file for itself.");
         if (!file_ || ::fstat(file_.get(), &found_) != 0)
             throw util::Exception(
                 fmt::format("The song file can't be opened: {}.", std::generic_category().message(errno)));
@@ -117,7 +119,8 @@ void needSpace(const SongFolder& folder, std::uint64_t songBytes, std::uint64_t 
     struct statvfs disk = {};
     if (::fstatvfs(folder.get(), &disk) != 0) fail("copy of the song file", errno);
     const std::uint64_t needed = 2 * songBytes + pictureBytes + mebibyte;
-    if (disk.f_bavail * disk.f_frsize < needed)
+    const bool known = disk.f_blocks != 0; // what has no bounds of its own says nothing but zeros
+    if (known && disk.f_bavail * disk.f_frsize < needed)
         throw TryAgainLater(
             fmt::format("There is not enough space on the disk of the song file: {} MiB are needed.",
                         needed / mebibyte + 1));
@@ -140,10 +143,16 @@ void writeCover(const SongUpdate& update) {
     const fs::path song = folder.file(name);
     const Original original(folder, name);
     const Lease lease(original.get());
-    if (!update.replace && !tags::readFrontCover(song).empty()) return;
+    if (!update.replace && !tags::readFrontCover(song).empty()) {
+        folder.flush(); // a run that was killed may have put it there just before
+        return;
+    }
     const util::Buffer picture = tags::fittingPicture(
         update.picture, {.maxSidePixels = update.maxSidePixels, .maxBytes = tags::maxPictureBytes(song)});
-    if (tags::alreadyHas(song, picture.bytes())) return;
+    if (tags::alreadyHas(song, picture.bytes())) {
+        folder.flush();
+        return;
+    }
     needSpace(folder, original.size(), picture.size());
 
     TemporaryFile copy(folder, update.temporaryFile.filename());
