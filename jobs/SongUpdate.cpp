@@ -52,6 +52,10 @@ public:
     }
 
     [[nodiscard]] int get() const noexcept { return file_.get(); }
+
+    /** Of this very file, whatever its name has come to stand for. */
+    [[nodiscard]] fs::path path() const { return fmt::format("/proc/self/fd/{}", file_.get()); }
+
     [[nodiscard]] std::uint64_t size() const noexcept { return static_cast<std::uint64_t>(found_.st_size); }
 
     /** @throws TryAgainLater unless the name still stands for the file as it was */
@@ -140,8 +144,8 @@ void fill(const TemporaryFile& copy, const fs::path& song, std::span<const std::
 void writeCover(const SongUpdate& update) {
     const SongFolder folder(update.song.parent_path());
     const fs::path name = update.song.filename();
-    const fs::path song = folder.file(name);
     const Original original(folder, name);
+    const fs::path song = original.path();
     const Lease lease(original.get());
     if (!update.replace && !tags::readFrontCover(song).empty()) {
         folder.flush(); // a run that was killed may have put it there just before
