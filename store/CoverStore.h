@@ -170,9 +170,13 @@ public:
 
     // For whoever carries the jobs out. Only one does at a time, which is not the store's business.
 
+    /** For how long a job may be postponed. */
+    static constexpr std::chrono::hours maxPostponement{24};
+
     /**
-     * The oldest job that is queued and due, if any. A delete job has its turn when no tag job of its entry
-     * is left to be done.
+     * The oldest job that is queued and due, if any: one that is due in more than maxPostponement as well,
+     * as the clock was put back, then. A delete job has its turn when no tag job of its entry is left to be
+     * done.
      */
     virtual std::optional<Job> nextJob(Clock::time_point now) = 0;
 
@@ -189,7 +193,7 @@ public:
     /** Back to the queue, as if it had never been started. */
     virtual void putBackJob(int id) = 0;
 
-    /** Back to the queue after it failed for a reason that passes. */
+    /** Back to the queue after it failed for a reason that passes; `due` is maxPostponement ahead at most. */
     virtual void postponeJob(int id, const std::string& reason, Clock::time_point due) = 0;
 
     /** @param failure why it failed; empty when it is done */
