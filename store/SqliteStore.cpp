@@ -182,19 +182,22 @@ void SqliteStore::flush() {
     unflushed_ = false;
 }
 
-int SqliteStore::queueJob(JobKind kind, int entryId, std::string_view path, bool replace) {
+int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
     int id = 0;
-    write("queue a job", [&](SqliteConnection& connection) {
-        id = checkedId(sqlite::insertJob(connection, kind, entryId, path, replace));
+    // There may be thousands in one request, and a delete job comes behind them.
+    writeUnflushed("queue a job", [&](SqliteConnection& connection) {
+        id = checkedId(sqlite::insertJob(connection, JobKind::WriteTag, entryId, path, replace));
     });
     return id;
 }
 
-int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
-    return queueJob(JobKind::WriteTag, entryId, path, replace);
+int SqliteStore::queueDeleteJob(int entryId) {
+    int id = 0;
+    write("queue a job", [&](SqliteConnection& connection) {
+        id = checkedId(sqlite::insertJob(connection, JobKind::Delete, entryId, "", false));
+    });
+    return id;
 }
-
-int SqliteStore::queueDeleteJob(int entryId) { return queueJob(JobKind::Delete, entryId, "", false); }
 
 std::vector<Job> SqliteStore::jobs(int entryId) {
     return run("list jobs",
