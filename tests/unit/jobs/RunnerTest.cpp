@@ -2,8 +2,9 @@
 #include "jobs/Runner.h"
 
 #include "store/SqliteStore.h"
+#include "tests/unit/Waiting.h"
 #include "tests/unit/jobs/Descriptors.h"
-#include "tests/unit/jobs/Waiting.h"
+#include "tests/unit/jobs/MakeProgram.h"
 #include "tests/unit/tags/SongTest.h"
 #include "util/Exception.h"
 
