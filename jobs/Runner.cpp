@@ -105,7 +105,7 @@ void deleteCover(store::CoverStore& store, const Job& job) {
         finish(store, job, "The cover is kept, because it could not be written into every song file.");
         return;
     }
-    store.dropImage(job.entryId);
+    store.dropImage(job.entryId, job.imageHash); // not one that came in meanwhile
     finish(store, job, {});
 }
 
@@ -221,6 +221,9 @@ void Runner::tag(store::CoverStore& store, const Job& job, const Settings& setti
         return;
     }
     const fs::path temporaryFile = temporaryFileFor(song);
+    // While somebody has the old file, its blocks are not given back, which takes as long as writing them
+    // did: nobody has to wait for that.
+    const util::FileDescriptor oldFile(::open(song.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     store.startJob(job.id, temporaryFile.native());
     const std::optional<TaggerProcess::Result> result =
         runTagger({.song = song,

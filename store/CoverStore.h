@@ -74,6 +74,7 @@ struct Job {
     std::string reason;        // why it failed, or why it was postponed
     int attempts = 0;          // how often it was postponed
     std::string temporaryFile; // which it may leave behind; empty unless it runs
+    std::string imageHash; // of the image that the entry had when the job was queued; empty where it had none
 };
 
 using Clock = std::chrono::system_clock; // postponed jobs outlive the process
@@ -94,9 +95,10 @@ enum class IfPresent { Replace, Keep };
 
 /**
  * Where entries, images, parameters and jobs live. Many processes may share one store; an object is for one
- * thread. Every operation is a transaction of its own: it is done as a whole or not at all, and what it
- * reports as kept is on disk (but for registerEntry(), whose new entry a power cut may take). Each throws
- * util::Exception when the store fails, and can be called again after that.
+ * thread. Every operation is a transaction of its own: it is done as a whole or not at all, from then on all
+ * processes see it, and it outlives this one. What it reports as kept is on disk, but for what
+ * registerEntry(), setParameter() and deleteParameter() do: until flush() a power cut may take that back.
+ * Each throws util::Exception when the store fails, and can be called again after that.
  */
 class CoverStore {
 public:
@@ -114,8 +116,7 @@ public:
     /** The entry that stands for the same album, or the same song where `record` has no album. */
     virtual std::optional<Entry> findEntry(const Record& record) = 0;
 
-    /** findEntry(), or a new entry without an image, which may not be on disk yet. `record` must have a match
-     * key (store/MatchKey.h). */
+    /** findEntry(), or a new entry without an image. `record` must have a match key (store/MatchKey.h). */
     virtual Entry registerEntry(const Record& record) = 0;
 
     /**
@@ -152,6 +153,10 @@ public:
     virtual std::optional<std::string> parameter(std::string_view name) = 0;
     virtual void setParameter(const Parameter& parameter) = 0;
     virtual void deleteParameter(std::string_view name) = 0;
+
+    /** Brings everything to disk that was done through this object, in one go. After a failure it is still to
+     * be done. */
+    virtual void flush() = 0;
 
     /** Queue a job for an entry id and a path that nobody has checked. @return its id, greater than 0 */
     virtual int queueTagJob(int entryId, std::string_view path, bool replace) = 0;
@@ -198,8 +203,9 @@ public:
      * done since. */
     virtual bool tagJobFailedBefore(const Job& job) = 0;
 
-    /** Takes the entry's image away; it becomes an earlier one. No entry, or no image: nothing happens. */
-    virtual void dropImage(int entryId) = 0;
+    /** Takes the image with that hash away from the entry; it becomes an earlier one. Nothing happens where
+     * the entry has another one by now, or none. */
+    virtual void dropImage(int entryId, const std::string& hash) = 0;
 };
 
 } // namespace store

@@ -55,6 +55,17 @@ void SqliteStore::write(std::string_view doing, Operation operation) {
     });
 }
 
+template <typename Operation>
+void SqliteStore::writeUnflushed(std::string_view doing, Operation operation) {
+    run(doing, [&](SqliteConnection& connection) {
+        const UnflushedCommits unflushed(connection);
+        unflushed_ = true;
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        operation(connection);
+        transaction.commit();
+    });
+}
+
 SqliteStore::SqliteStore(const std::filesystem::path& folder)
     : file_(folder / "covers.db"), renditions_(folder / "renditions") {
     run("open " + file_.string(), [](SqliteConnection&) {});
@@ -68,19 +79,16 @@ std::optional<Entry> SqliteStore::findEntry(const Record& record) {
 }
 
 Entry SqliteStore::registerEntry(const Record& record) {
-    return run("register an entry", [&](SqliteConnection& connection) {
-        // The upload that this comes before is flushed, and that once is enough.
-        const UnflushedCommits unflushed(connection);
-        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        std::optional<Entry> found = sqlite::findEntry(connection, record);
-        if (!found) {
-            found = Entry{checkedId(sqlite::insertEntry(connection, record)), record, std::nullopt};
-            // Counting them walks over all of them, which is too much for each new song.
-            if (found->id % 100 == 0) sqlite::dropOldestEmptyEntries(connection, maxEmptyEntries);
-        }
-        transaction.commit();
-        return *std::move(found);
+    std::optional<Entry> found;
+    // The upload that this comes before is flushed, and that once is enough.
+    writeUnflushed("register an entry", [&](SqliteConnection& connection) {
+        found = sqlite::findEntry(connection, record);
+        if (found) return;
+        found = Entry{checkedId(sqlite::insertEntry(connection, record)), record, std::nullopt};
+        // Counting them walks over all of them, which is too much for each new song.
+        if (found->id % 100 == 0) sqlite::dropOldestEmptyEntries(connection, maxEmptyEntries);
     });
+    return *std::move(found);
 }
 
 int SqliteStore::storeImage(const Record& record, const NewImage& image, IfPresent ifPresent) {
@@ -152,28 +160,26 @@ std::optional<std::string> SqliteStore::parameter(std::string_view name) {
 }
 
 void SqliteStore::setParameter(const Parameter& parameter) {
-    run("set a parameter", [&](SqliteConnection& connection) {
-        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        {
-            StatementUse statement = connection.use(upsertParameter);
-            statement->bind(1, parameter.name);
-            statement->bind(2, parameter.value);
-            statement->exec();
-        }
-        transaction.commit();
+    writeUnflushed("set a parameter", [&](SqliteConnection& connection) {
+        StatementUse statement = connection.use(upsertParameter);
+        statement->bind(1, parameter.name);
+        statement->bind(2, parameter.value);
+        statement->exec();
     });
 }
 
 void SqliteStore::deleteParameter(std::string_view name) {
-    run("delete a parameter", [&](SqliteConnection& connection) {
-        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        {
-            StatementUse statement = connection.use(removeParameter);
-            statement->bind(1, std::string(name));
-            statement->exec();
-        }
-        transaction.commit();
+    writeUnflushed("delete a parameter", [&](SqliteConnection& connection) {
+        StatementUse statement = connection.use(removeParameter);
+        statement->bind(1, std::string(name));
+        statement->exec();
     });
+}
+
+void SqliteStore::flush() {
+    if (!unflushed_) return;
+    run("flush", [](SqliteConnection& connection) { connection.flush(); });
+    unflushed_ = false;
 }
 
 int SqliteStore::queueJob(JobKind kind, int entryId, std::string_view path, bool replace) {
@@ -234,8 +240,11 @@ bool SqliteStore::tagJobFailedBefore(const Job& job) {
                [&](SqliteConnection& connection) { return sqlite::tagJobFailedBefore(connection, job); });
 }
 
-void SqliteStore::dropImage(int entryId) {
-    write("drop a cover", [&](SqliteConnection& connection) { sqlite::dropEntryImage(connection, entryId); });
+void SqliteStore::dropImage(int entryId, const std::string& hash) {
+    write("drop a cover", [&](SqliteConnection& connection) {
+        const std::optional<ImageInfo> image = sqlite::cover(connection, entryId);
+        if (image && image->hash == hash) sqlite::dropEntryImage(connection, entryId);
+    });
 }
 
 } // namespace store

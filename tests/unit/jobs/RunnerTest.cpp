@@ -296,6 +296,17 @@ TEST_F(RunnerTest, ACoverThatDidNotArriveStaysUntilItHas) {
     EXPECT_FALSE(store().cover(id));
 }
 
+TEST_F(RunnerTest, ACoverThatCameInMeanwhileStays) {
+    const int id = entry();
+    const int remove = store().queueDeleteJob(id);
+    const std::string next = jpegOf(64, 2);
+    store().storeImage({.artist = "Lowbeam", .title = "Quiet Harbour"},
+                       {.bytes = bytesOf(next), .mimeType = "image/jpeg"}, store::IfPresent::Replace);
+    const Runner runner(setup_);
+    expectState(id, remove, JobState::Done);
+    EXPECT_TRUE(store().cover(id));
+}
+
 TEST_F(RunnerTest, TakesUpWhatADeadProcessLeft) {
     const int id = entry();
     const int tag = store().queueTagJob(id, song().native(), true);

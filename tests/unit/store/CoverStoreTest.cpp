@@ -9,8 +9,13 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <memory>
 
 namespace {
@@ -234,7 +239,7 @@ TEST_P(CoverStoreTest, BoundsTheEntriesWithoutAnImage) {
     const Record dropped{.artist = "Ada", .title = "Tide"};
     const int droppedId = keep(dropped, "its own");
     keep(dropped, "cover");
-    store_->dropImage(droppedId);
+    store_->dropImage(droppedId, store::sha256(bytesOf("cover")));
     int last = 0;
     for (int i = 0; i <= CoverStore::maxEmptyEntries + 200; ++i)
         last = store_->registerEntry({.artist = "Nobody", .title = "Song " + std::to_string(i)}).id;
@@ -269,6 +274,27 @@ TEST_P(CoverStoreTest, SearchWantsEveryWordInItsFieldTheLastOneAsAPrefix) {
     EXPECT_TRUE(found({.title = "lanterns"}).empty()) << "the word is in another field";
 }
 
+TEST_P(CoverStoreTest, SearchTakesBeginningsOfAnyLength) {
+    const std::string word = "antidisestablishment";
+    const int id = keep({.artist = word, .title = "Łódź", .album = "東京事変"}, "cover");
+    for (std::size_t length = 1; length <= word.size(); ++length)
+        EXPECT_EQ(found({.artist = word.substr(0, length)}), std::vector{id}) << length;
+    EXPECT_TRUE(found({.artist = word + "s"}).empty());
+    for (const char* beginning : {"ł", "łó", "LOD", "lodz"})
+        EXPECT_EQ(found({.title = beginning}), std::vector{id}) << beginning;
+    for (const char* beginning : {"東", "東京", "東京事", "東京事変"})
+        EXPECT_EQ(found({.album = beginning}), std::vector{id}) << beginning;
+}
+
+TEST_P(CoverStoreTest, SearchKeepsOneLetterWordsApartFromFields) {
+    const int id = keep({.artist = "Lide", .title = "Aide", .album = "Tide"}, "cover");
+    EXPECT_EQ(found({.artist = "l", .album = "t", .title = "a"}), std::vector{id});
+    for (const store::Search& none :
+         {store::Search{.artist = "ide"}, store::Search{.artist = "ali"}, store::Search{.album = "ide"},
+          store::Search{.album = "a"}, store::Search{.title = "ide"}, store::Search{.title = "l"}})
+        EXPECT_TRUE(found(none).empty()) << none.artist << none.album << none.title;
+}
+
 TEST_P(CoverStoreTest, SearchTakesNothingForASign) {
     const int id = keep({.artist = "AC\"DC* OR (x)", .title = "NOT -a:b^2"}, "cover");
     EXPECT_EQ(found({.artist = "\"dc* or (x"}), std::vector{id});
@@ -287,6 +313,13 @@ TEST_P(CoverStoreTest, SearchCutsAtTheLimitAndTellsTheTotal) {
     ASSERT_EQ(ada.entries.size(), 2U);
     EXPECT_EQ(ada.entries[0].id, ids[4]) << "newest first";
     EXPECT_EQ(ada.entries[1].id, ids[3]);
+    for (const int limit : {0, 1, 4, 5, 6}) {
+        const store::SearchResult some = store_->search({.title = "t"}, limit);
+        EXPECT_EQ(some.total, 5) << limit;
+        ASSERT_EQ(some.entries.size(), static_cast<std::size_t>(std::min(limit, 5)));
+        for (std::size_t i = 0; i < some.entries.size(); ++i)
+            EXPECT_EQ(some.entries[i].id, ids.at(4 - i)) << "newest first";
+    }
     const store::SearchResult all = store_->search({}, 1);
     EXPECT_EQ(all.total, 6);
     ASSERT_EQ(all.entries.size(), 1U);
@@ -306,6 +339,25 @@ TEST_P(CoverStoreTest, ParametersAreSetReplacedAndDeleted) {
     store_->deleteParameter("b");
     store_->deleteParameter("b");
     EXPECT_EQ(store_->parameter("b"), std::nullopt);
+}
+
+TEST_P(CoverStoreTest, ParametersAreSeenAtOnceAndOutliveAKilledProcess) {
+    store_->setParameter({"gone", "1"});
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::unique_ptr<CoverStore> doomed = another();
+        doomed->setParameter({"kept", "2"});
+        doomed->deleteParameter("gone");
+        (void)raise(SIGKILL);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "it got as far as that";
+    const std::vector<store::Parameter> expected{{"kept", "2"}};
+    EXPECT_EQ(store_->parameters(), expected);
+    EXPECT_EQ(another()->parameters(), expected);
+    store_->flush();
+    EXPECT_EQ(store_->parameters(), expected);
 }
 
 TEST_P(CoverStoreTest, QueuesJobsForAnyIdAndAnyPath) {
@@ -449,17 +501,32 @@ TEST_P(CoverStoreTest, ATagJobFailedBeforeUnlessItsFileWasDoneSince) {
     EXPECT_FALSE(failedBefore(1));
 }
 
+TEST_P(CoverStoreTest, AJobKnowsTheImageOfItsTime) {
+    const int id = keep(lanterns, "one");
+    store_->queueDeleteJob(id);
+    keep(lanterns, "two");
+    store_->queueTagJob(id, "a", true);
+    store_->queueDeleteJob(4711);
+    EXPECT_EQ(store_->jobs(id)[0].imageHash, store::sha256(bytesOf("one")));
+    EXPECT_EQ(store_->jobs(id)[1].imageHash, store::sha256(bytesOf("two")));
+    EXPECT_EQ(store_->jobs(4711)[0].imageHash, "");
+}
+
 TEST_P(CoverStoreTest, AnImageThatIsDroppedIsAnEarlierOne) {
+    const std::string one = store::sha256(bytesOf("one"));
+    const std::string two = store::sha256(bytesOf("two"));
     const int id = keep(lanterns, "one");
     keep(lanterns, "two");
-    store_->dropImage(id);
+    store_->dropImage(id, one);
+    EXPECT_EQ(contentOf(id), "two") << "one that came in meanwhile";
+    store_->dropImage(id, two);
     EXPECT_FALSE(store_->cover(id));
     ASSERT_TRUE(store_->findEntry(lanterns));
     EXPECT_FALSE(store_->findEntry(lanterns)->image);
     ASSERT_EQ(store_->earlierImages(id).size(), 2U);
-    EXPECT_EQ(store_->earlierImages(id)[0].hash, store::sha256(bytesOf("two")));
-    store_->dropImage(id);
-    store_->dropImage(4711);
+    EXPECT_EQ(store_->earlierImages(id)[0].hash, two);
+    store_->dropImage(id, two);
+    store_->dropImage(4711, two);
     EXPECT_EQ(store_->earlierImages(id).size(), 2U) << "nothing happens to what is not there";
     keep(lanterns, "two");
     EXPECT_EQ(contentOf(id), "two");
@@ -470,7 +537,7 @@ TEST_P(CoverStoreTest, OfDroppedImagesFiveAreKept) {
     const int id = keep(lanterns, "0");
     for (const char* content : {"1", "2", "3", "4", "5"})
         keep(lanterns, content);
-    store_->dropImage(id);
+    store_->dropImage(id, store::sha256(bytesOf("5")));
     EXPECT_EQ(store_->earlierImages(id).size(), 5U);
     EXPECT_FALSE(store_->image(store::sha256(bytesOf("0"))));
     EXPECT_TRUE(store_->image(store::sha256(bytesOf("5"))));
