@@ -5,6 +5,7 @@
 #include "app/LibrarySetup.h"
 #include "app/OpenStore.h"
 #include "app/SongRecord.h"
+#include "jobs/Runner.h"
 #include "store/MatchKey.h"
 #include "store/SqliteStore.h"
 #include "store/StateFolder.h"
@@ -16,6 +17,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -26,6 +28,8 @@ constexpr std::size_t maxParameterNameBytes = 1024;
 constexpr std::size_t maxParameterValueBytes = 65'536;
 constexpr std::uint64_t maxQueryLimit = 100'000; // what still is an answer and not a dump
 constexpr std::size_t maxPathBytes = 65'536;
+constexpr std::uint64_t maxSidePixels = 65'535; // what a JPEG can have
+constexpr std::uint64_t maxPauseSeconds = 86'400;
 
 void refuseOverlong(std::string_view what, std::size_t bytes, std::size_t maxBytes) {
     if (bytes > maxBytes)
@@ -83,10 +87,28 @@ int storeReceived(store::CoverStore& store, const store::Record& record, const u
         replace ? store::IfPresent::Replace : store::IfPresent::Keep);
 }
 
+jobs::Settings jobSettings(store::CoverStore& store) {
+    app::Parameters parameters(&store);
+    return {.musicFolder = parameters.text("musicFolder"),
+            .maxPictureSidePixels =
+                static_cast<int>(std::min(parameters.number("maxTagPictureSide"), maxSidePixels)),
+            .retryPause =
+                std::chrono::seconds(std::min(parameters.number("tagRetryPause"), maxPauseSeconds))};
+}
+
+jobs::RunnerSetup runnerSetup(const std::filesystem::path& folder) {
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+    return {.lockFile = folder / "jobs.lock",
+            .tagger = program.parent_path() / "sleevery-tagger",
+            .openStore = [folder] { return std::make_unique<store::SqliteStore>(folder); },
+            .settings = jobSettings};
+}
+
 } // namespace
 
 struct CoverCache::Impl {
     std::unique_ptr<app::OpenStore> opened;
+    std::unique_ptr<jobs::Runner> runner;
 
     app::OpenStore& open() const {
         if (!opened) throw util::Exception("The cover cache has not been opened.");
@@ -109,6 +131,7 @@ bool CoverCache::CheckDatabase() {
     app::setUpXml(folder);
     impl_->opened = std::make_unique<app::OpenStore>(std::make_unique<store::SqliteStore>(folder));
     app::setOpenStore(impl_->opened.get());
+    impl_->runner = std::make_unique<jobs::Runner>(runnerSetup(folder));
     return true;
 }
 
@@ -175,7 +198,13 @@ void CoverCache::DeleteParameter(std::string name) {
 
 int CoverCache::WriteCoverTag(int id, std::string path, bool replace) {
     refuseOverlong("path of the song file", path.size(), maxPathBytes);
-    return impl_->store().queueTagJob(id, path, replace);
+    const int job = impl_->store().queueTagJob(id, path, replace);
+    impl_->runner->wake();
+    return job;
 }
 
-int CoverCache::CreateDeleteJob(int id) { return impl_->store().queueDeleteJob(id); }
+int CoverCache::CreateDeleteJob(int id) {
+    const int job = impl_->store().queueDeleteJob(id);
+    impl_->runner->wake();
+    return job;
+}

@@ -52,6 +52,7 @@ void setUpMemory() noexcept {
     constexpr int mebibyte = 1024 * 1024;
     mallopt(M_MMAP_THRESHOLD, 32 * mebibyte); // NOLINT(concurrency-mt-unsafe): there is one thread as yet
     mallopt(M_TRIM_THRESHOLD, 5 * mebibyte);  // NOLINT(concurrency-mt-unsafe)
+    mallopt(M_ARENA_MAX, 1); // NOLINT(concurrency-mt-unsafe): the second thread would keep as much once more
 }
 
 void setUpXml(const fs::path& stateFolder) {

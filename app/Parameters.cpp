@@ -24,6 +24,9 @@ constexpr std::array definitions = {
     ParameterDefinition{"maxImageBytes", "33554432", "bytes", "The largest image file that is accepted."},
     ParameterDefinition{"maxImagePixels", "64000000", "pixels",
                         "The largest image, width times height, that is decoded."},
+    ParameterDefinition{
+        "maxTagPictureSide", "1200", "pixels",
+        "The longest side of a picture that is written into song files; larger ones are scaled down."},
     ParameterDefinition{"musicFolder", "", "absolute path",
                         "The folder with the song files; only files below it are touched. Empty: none.",
                         isAbsolutePathOrNone},
@@ -37,6 +40,9 @@ constexpr std::array definitions = {
     ParameterDefinition{"stylesheetFolder", "", "absolute path",
                         "A folder in which stylesheets are looked for before all others; empty: none.",
                         isAbsolutePathOrNone},
+    ParameterDefinition{"tagRetryPause", "10", "seconds",
+                        "When a song file is tried again that was busy, or whose disk was full; doubled each "
+                        "time, four times."},
 };
 
 const ParameterDefinition& definitionOf(std::string_view name) {

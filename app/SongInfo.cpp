@@ -2,9 +2,11 @@
 #include "app/SongInfo.h"
 
 #include "app/CoverFetch.h"
-#include "app/FolderImage.h"
 #include "app/OpenStore.h"
 #include "app/SongRecord.h"
+#include "tags/FolderImage.h"
+#include "tags/FrontCover.h"
+#include "tags/MusicFolder.h"
 #include "text/StopWords.h"
 #include "util/Exception.h"
 #include "util/ImageContent.h"
@@ -135,12 +137,12 @@ bool SongInfo::loadImage(const char* path) { return image.load(path); }
 bool SongInfo::saveImage(const char* path) { return image.save(path); }
 
 std::string SongInfo::getFolderJpegName() const {
-    return songFilename.empty() ? std::string() : app::folderImage(songFilename).string();
+    return songFilename.empty() ? std::string() : tags::folderImage(songFilename).string();
 }
 
 bool SongInfo::HasFolderJpeg() const {
     try {
-        return app::hasFolderImage(songFilename, musicFolder());
+        return tags::hasFolderImage(songFilename, musicFolder());
     } catch (const std::exception&) {
         return false; // nobody can see one that can't be reached
     }
@@ -149,9 +151,9 @@ bool SongInfo::HasFolderJpeg() const {
 bool SongInfo::WriteFolderJpeg(bool replace) {
     try {
         if (!image.isValid()) throw util::Exception("There is no image.");
-        if (app::hasFolderImage(songFilename, musicFolder()) && !replace)
+        if (tags::hasFolderImage(songFilename, musicFolder()) && !replace)
             throw util::Exception("There is one already.");
-        app::writeFolderImage(songFilename, musicFolder(), app::receivedImage(image));
+        tags::writeFolderImage(songFilename, musicFolder(), app::receivedImage(image));
         return true;
     } catch (const std::exception& e) {
         util::logLine(fmt::format("no folder image beside {}: {}", songFilename, e.what()));
@@ -171,7 +173,14 @@ bool SongInfo::loadImage() {
     }
 }
 
-bool SongInfo::hasEmbeddedImage() const { notBuiltYet("Reading the cover in a song file"); }
+bool SongInfo::hasEmbeddedImage() const {
+    try {
+        return !tags::readFrontCover(tags::songIn(musicFolder(), songFilename)).empty();
+    } catch (const std::exception&) {
+        return false; // nobody can see one that can't be read
+    }
+}
+
 std::string SongInfo::getCoverartInformation() { notBuiltYet("The search for covers"); }
 std::string SongInfo::guessAlbumNames() { notBuiltYet("The guessing of album names"); }
 std::string SongInfo::readAlbumSongs() { notBuiltYet("The list of an album's songs"); }

@@ -171,7 +171,8 @@ public:
      */
     virtual std::optional<Job> nextJob(Clock::time_point now) = 0;
 
-    /** When the next job is due that nextJob() may not give out yet; nothing when the queue is empty. */
+    /** When there is something to do next, in the past if that is now: a job is due, or one runs whose
+     * process may have died. Nothing when the queue is empty. */
     virtual std::optional<Clock::time_point> nextJobDue() = 0;
 
     /** The job runs from now on, and `temporaryFile` is on disk in the store before this returns. */

@@ -14,11 +14,14 @@ constexpr const char* insertRow =
 constexpr const char* selectOfEntry = "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.entry = ? ORDER BY j.id";
 constexpr const char* selectRunning = "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.state = 'running'";
 // A delete job gives way to later tag jobs of its entry as well: they could not do without the cover.
+#define TAG_JOBS_LEFT                                                                                        \
+    "EXISTS (SELECT 1 FROM jobs t WHERE t.entry = j.entry AND t.kind = 'tag' "                               \
+    "AND t.state IN ('queued', 'running')) "
 constexpr const char* selectNext =
     "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.state = 'queued' AND j.due <= ? "
-    "AND (j.kind = 'tag' OR NOT EXISTS (SELECT 1 FROM jobs t WHERE t.entry = j.entry AND t.kind = 'tag' "
-    "AND t.state IN ('queued', 'running'))) ORDER BY j.id LIMIT 1";
-constexpr const char* selectDue = "SELECT min(due) FROM jobs WHERE state = 'queued' AND kind = 'tag'";
+    "AND (j.kind = 'tag' OR NOT " TAG_JOBS_LEFT ") ORDER BY j.id LIMIT 1";
+constexpr const char* selectDue = "SELECT min(j.due) FROM jobs j WHERE j.state IN ('queued', 'running') AND "
+                                  "(j.kind = 'tag' OR NOT " TAG_JOBS_LEFT ")";
 constexpr const char* selectFailedBefore =
     "SELECT 1 FROM jobs f WHERE f.entry = ?1 AND f.kind = 'tag' AND f.state = 'failed' AND f.id < ?2 "
     "AND NOT EXISTS (SELECT 1 FROM jobs d WHERE d.entry = ?1 AND d.path = f.path AND d.state = 'done' "
@@ -35,6 +38,7 @@ constexpr const char* deleteOld =
     "WHERE o.entry = jobs.entry AND o.state IN ('queued', 'running'))";
 
 #undef JOB_COLUMNS
+#undef TAG_JOBS_LEFT
 
 constexpr const char* tagKind = "tag";
 constexpr const char* deleteKind = "delete";

@@ -50,8 +50,7 @@ struct Cover {
 
 /**
  * What a file format needs to know how to do. All of them throw util::Exception for a file that is damaged or
- * laid out in a way that they don't know; they change nothing but the front cover, to the byte, and leave the
- * file that they have failed to write damaged.
+ * laid out in a way that they don't know, and change nothing but the front cover, to the byte.
  */
 struct Format {
     StoredTags (*tagsOf)(const SongFile& file);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "util/Buffer.h"
+#include "util/FileDescriptor.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -30,19 +31,11 @@ namespace tags {
 [[nodiscard]] std::size_t maxPictureBytes(const std::filesystem::path& song);
 
 /**
- * Makes `picture`, a JPEG or PNG, the only front cover of `song`, in place: give it a copy, because a failure
- * leaves a damaged file. Its other pictures and tags and the version of its tag stay. Nothing is flushed to
- * the disk. Success is to be proved with `verify`.
+ * Writes a copy of `song` that has `picture`, a JPEG or PNG, as its only front cover, to the empty open file
+ * `copy`. The song file itself is only read.
+ * @throws std::system_error when the copy can't be written: the disk is full, for one
  */
-void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture);
-
-/**
- * Proves that `tagged` is `original` with `picture` as its front cover and that nothing else is different:
- * the other pictures and tags and everything that makes the sound, byte by byte. A second library has to see
- * the same.
- * @throws util::Exception when it isn't so
- */
-void verify(const std::filesystem::path& original, const std::filesystem::path& tagged,
-            std::span<const std::byte> picture);
+void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture,
+                     const util::FileDescriptor& copy);
 
 } // namespace tags

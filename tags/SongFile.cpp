@@ -17,6 +17,9 @@ namespace {
 
 constexpr std::size_t blockBytes = std::size_t{256} * 1024;
 
+/** An Ogg file of many hours has a million; more would be a file made to take all memory. */
+constexpr std::size_t maxPieces = 2'000'000;
+
 [[noreturn]] void fail(std::string_view what) {
     throw util::Exception(
         fmt::format("The song file can't be {}: {}.", what, std::generic_category().message(errno)));
@@ -54,27 +57,96 @@ private:
     std::uint64_t done_ = 0;
 };
 
+[[noreturn]] void failWriting() { throw std::system_error(errno, std::generic_category()); }
+
+/** @return how many bytes there were */
+std::size_t readUpTo(const util::FileDescriptor& file, std::uint64_t at, std::span<char> target) {
+    std::size_t done = 0;
+    while (done < target.size()) {
+        const ssize_t count =
+            ::pread(file.get(), target.data() + done, target.size() - done, static_cast<off_t>(at + done));
+        if (count == 0) break;
+        if (count < 0 && errno != EINTR) fail("read");
+        if (count > 0) done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+void write(const util::FileDescriptor& target, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(target.get(), bytes.data(), bytes.size());
+        if (count < 0 && errno != EINTR) failWriting();
+        if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+/** Within the kernel, which shares the blocks where the file system can. @return false where it can't do that
+ * at all */
+bool copyInKernel(const util::FileDescriptor& file, Range& range, const util::FileDescriptor& target) {
+    while (range.size > 0) {
+        auto offset = static_cast<off_t>(range.at);
+        const ssize_t count = ::copy_file_range(file.get(), &offset, target.get(), nullptr, range.size, 0);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP))
+            return false;
+        if (count < 0) failWriting();
+        if (count == 0) return false; // some file systems have no other way to say it
+        range.at += static_cast<std::uint64_t>(count);
+        range.size -= static_cast<std::uint64_t>(count);
+    }
+    return true;
+}
+
+void copy(const util::FileDescriptor& file, Range range, const util::FileDescriptor& target) {
+    if (copyInKernel(file, range, target)) return;
+    std::vector<char> block(blockBytes);
+    while (range.size > 0) {
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), range.size));
+        const std::span<char> bytes = std::span(block).first(wanted);
+        if (readUpTo(file, range.at, bytes) != wanted) throw util::Exception("The song file is truncated.");
+        write(target, {bytes.data(), bytes.size()});
+        range.at += wanted;
+        range.size -= wanted;
+    }
+}
+
 } // namespace
 
-SongFile::SongFile(const std::filesystem::path& path, Access access)
-    : file_(::open(path.c_str(),
-                   (access == Access::Read ? O_RDONLY : O_RDWR) | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {
+SongFile::SongFile(const std::filesystem::path& path)
+    : file_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {
     struct stat status = {};
     if (!file_ || ::fstat(file_.get(), &status) != 0) fail("opened");
     if (!S_ISREG(status.st_mode)) throw util::Exception("This is not a regular file.");
     if (status.st_size <= 0) throw util::Exception("The song file is empty.");
     size_ = static_cast<std::uint64_t>(status.st_size);
+    pieces_.push_back({.at = 0, .size = size_, .bytes = {}});
+}
+
+/** Finds the piece with the byte `at`; behind the end, that is none. */
+void SongFile::seek(std::uint64_t at) const noexcept {
+    if (at < begin_) {
+        index_ = 0;
+        begin_ = 0;
+    }
+    for (; index_ < pieces_.size() && at - begin_ >= pieces_[index_].size; ++index_)
+        begin_ += pieces_[index_].size;
 }
 
 /** @return how many bytes there were */
 std::size_t SongFile::readUpTo(std::uint64_t at, std::span<char> target) const {
     std::size_t done = 0;
-    while (done < target.size()) {
-        const ssize_t count =
-            ::pread(file_.get(), target.data() + done, target.size() - done, static_cast<off_t>(at + done));
-        if (count == 0) break;
-        if (count < 0 && errno != EINTR) fail("read");
-        if (count > 0) done += static_cast<std::size_t>(count);
+    for (seek(at); done < target.size() && index_ < pieces_.size(); seek(at + done)) {
+        const Piece& piece = pieces_[index_];
+        const std::uint64_t within = at + done - begin_;
+        const auto wanted =
+            static_cast<std::size_t>(std::min<std::uint64_t>(piece.size - within, target.size() - done));
+        if (piece.inFile()) {
+            const std::size_t count = tags::readUpTo(file_, piece.at + within, target.subspan(done, wanted));
+            done += count;
+            if (count < wanted) break;
+        } else {
+            done += piece.bytes.copy(target.data() + done, wanted, static_cast<std::size_t>(within));
+        }
     }
     return done;
 }
@@ -97,38 +169,44 @@ void SongFile::read(std::uint64_t at, std::span<char> target) const {
     if (readUpTo(at, target) != target.size()) throw util::Exception("The song file is truncated.");
 }
 
-void SongFile::write(std::uint64_t at, std::string_view bytes) const {
-    while (!bytes.empty()) {
-        const ssize_t count = ::pwrite(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(at));
-        if (count < 0 && errno != EINTR) fail("written");
-        if (count > 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-            at += static_cast<std::uint64_t>(count);
-        }
+/** Lets a piece begin at `at`. @return its index */
+std::size_t SongFile::split(std::uint64_t at) {
+    seek(at);
+    if (index_ == pieces_.size() || at == begin_) return index_;
+    Piece& piece = pieces_[index_];
+    const std::uint64_t length = at - begin_;
+    Piece rest{.at = piece.at + length, .size = piece.size - length, .bytes = {}};
+    if (!piece.inFile()) {
+        rest.bytes = piece.bytes.substr(static_cast<std::size_t>(length));
+        piece.bytes.resize(static_cast<std::size_t>(length));
     }
-}
-
-/** Moves everything from `from` on, starting at the end that is not written over. */
-void SongFile::move(std::uint64_t from, std::uint64_t to) const {
-    const std::uint64_t length = size_ - from;
-    std::vector<char> block(blockBytes);
-    for (std::uint64_t done = 0; done < length;) {
-        const std::uint64_t count = std::min<std::uint64_t>(block.size(), length - done);
-        const std::uint64_t offset = to > from ? length - done - count : done;
-        const std::span<char> bytes = std::span(block).first(static_cast<std::size_t>(count));
-        read(from + offset, bytes);
-        write(to + offset, {bytes.data(), bytes.size()});
-        done += count;
-    }
+    piece.size = length;
+    pieces_.insert(pieces_.begin() + static_cast<std::ptrdiff_t>(index_) + 1, std::move(rest));
+    return index_ + 1;
 }
 
 void SongFile::replace(std::uint64_t at, std::uint64_t length, std::string_view bytes) {
     if (length > size_ || at > size_ - length) throw util::Exception("The song file is truncated.");
-    if (bytes.size() != length) move(at + length, at + bytes.size());
-    write(at, bytes);
-    const std::uint64_t newSize = size_ - length + bytes.size();
-    if (newSize < size_ && ::ftruncate(file_.get(), static_cast<off_t>(newSize)) != 0) fail("written");
-    size_ = newSize;
+    if (pieces_.size() >= maxPieces) throw util::Exception("The song file has too many parts.");
+    const std::size_t last = split(at + length);
+    const std::size_t before = pieces_.size();
+    const std::size_t first = split(at);
+    const auto end = pieces_.begin() + static_cast<std::ptrdiff_t>(last + (pieces_.size() - before));
+    const auto next = pieces_.erase(pieces_.begin() + static_cast<std::ptrdiff_t>(first), end);
+    if (!bytes.empty())
+        pieces_.insert(next, Piece{.at = 0, .size = bytes.size(), .bytes = std::string(bytes)});
+    size_ = size_ - length + bytes.size();
+    index_ = first;
+    begin_ = at;
+}
+
+void SongFile::writeTo(const util::FileDescriptor& target) const {
+    for (const Piece& piece : pieces_) {
+        if (piece.inFile())
+            copy(file_, {piece.at, piece.size}, target);
+        else
+            write(target, piece.bytes);
+    }
 }
 
 bool sameBytes(const SongFile& one, const std::vector<Range>& ofOne, const SongFile& other,

@@ -22,15 +22,13 @@ struct Range {
 };
 
 /**
- * An open song file. Every failure of the system is reported when it happens, unlike with stdio, where a full
- * disk shows itself when it is too late. One thread at a time.
+ * A song file, and what it is to become: parts of it can be replaced, which changes only the object, and the
+ * result is written to another file in one go. One thread at a time.
  */
 class SongFile {
 public:
-    enum class Access { Read, Change };
-
     /** @throws util::Exception when it can't be opened, is empty, or is no regular file */
-    explicit SongFile(const std::filesystem::path& path, Access access = Access::Read);
+    explicit SongFile(const std::filesystem::path& path);
 
     [[nodiscard]] std::uint64_t size() const noexcept { return size_; }
 
@@ -45,18 +43,38 @@ public:
     [[nodiscard]] std::string readSome(std::uint64_t at, std::size_t length) const;
 
     /**
-     * Puts `bytes` in the place of `length` bytes; what follows moves.
-     * @throws util::Exception when that fails, and the file is damaged then
+     * Puts `bytes` in the place of `length` bytes; what follows moves. Many of them are fast from the front
+     * to the end.
+     * @throws util::Exception when there are not so many, or after millions of these
      */
     void replace(std::uint64_t at, std::uint64_t length, std::string_view bytes);
 
+    /**
+     * Writes all of it to `target`, which is open, empty and another file.
+     * @throws std::system_error when that fails, with what the system said, a full disk for one
+     */
+    void writeTo(const util::FileDescriptor& target) const;
+
 private:
+    /** A part that is still in the file, or has been put in its place. */
+    struct Piece {
+        std::uint64_t at = 0; // in the file, where it is still there
+        std::uint64_t size = 0;
+        std::string bytes; // as many as `size`, where it was replaced
+
+        [[nodiscard]] bool inFile() const noexcept { return bytes.empty(); }
+    };
+
+    void seek(std::uint64_t at) const noexcept;
+    std::size_t split(std::uint64_t at);
     std::size_t readUpTo(std::uint64_t at, std::span<char> target) const;
-    void write(std::uint64_t at, std::string_view bytes) const;
-    void move(std::uint64_t from, std::uint64_t to) const;
 
     util::FileDescriptor file_;
     std::uint64_t size_ = 0;
+    std::vector<Piece> pieces_; // none is empty
+    // The piece that was looked for last, as the next one is seldom far from it, and where it begins.
+    mutable std::size_t index_ = 0;
+    mutable std::uint64_t begin_ = 0;
 };
 
 /** True when the ranges, each file's put together, have the same bytes. */

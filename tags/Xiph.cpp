@@ -3,7 +3,7 @@
 
 #include "tags/Bytes.h"
 
-#include <taglib/tbytevector.h>
+#include <openssl/evp.h>
 
 #include <algorithm>
 #include <optional>
@@ -14,14 +14,26 @@ namespace {
 constexpr std::uint32_t frontCover = 3;
 constexpr std::string_view pictureField = "METADATA_BLOCK_PICTURE=";
 
+/** Empty where it is no Base64. */
 std::string fromBase64(std::string_view text) {
-    const auto bytes = TagLib::ByteVector::fromBase64({text.data(), static_cast<unsigned int>(text.size())});
-    return {bytes.data(), bytes.size()};
+    const std::size_t end = text.find_last_not_of('=') + 1;
+    std::string bytes(text.size() / 4 * 3, '\0');
+    const int size =
+        EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+                        reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
+    if (size < 0 || text.size() - end > 2) return {};
+    bytes.resize(static_cast<std::size_t>(size) -
+                 (text.size() - end)); // it counts what the padding stands for
+    return bytes;
 }
 
 std::string toBase64(std::string_view bytes) {
-    const auto text = TagLib::ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size())).toBase64();
-    return {text.data(), text.size()};
+    std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0'); // it ends in a NUL
+    const int size =
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
+                        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
+    text.resize(static_cast<std::size_t>(size));
+    return text;
 }
 
 std::optional<Picture> pictureInField(const std::string& field) {

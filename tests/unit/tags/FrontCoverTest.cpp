@@ -2,14 +2,18 @@
 #include "tags/FrontCover.h"
 
 #include "tags/Bytes.h"
+#include "tags/Verification.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/tags/Programs.h"
 #include "tests/unit/tags/Songs.h"
 #include "util/Exception.h"
+#include "util/FileDescriptor.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cctype>
 #include <filesystem>
@@ -41,18 +45,20 @@ class SongTest : public testing::Test {
 protected:
     [[nodiscard]] const path& folder() const { return folder_.path(); }
 
-    path copyOf(const path& song) const {
+    /** A copy of the song with that cover. */
+    path withCover(const path& song, const std::string& cover) const {
         path copy = folder() / "copy";
         copy += song.extension();
-        std::filesystem::copy_file(song, copy, std::filesystem::copy_options::overwrite_existing);
+        const util::FileDescriptor file(
+            ::open(copy.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        tags::writeFrontCover(song, bytesOf(cover), file);
         return copy;
     }
 
     /** Writes the cover into a copy, proves that only the cover is new, and puts the copy in the song's
      * place. */
     void setCover(const path& song, const std::string& cover) const {
-        const path copy = copyOf(song);
-        tags::writeFrontCover(copy, bytesOf(cover));
+        const path copy = withCover(song, cover);
         tags::verify(song, copy, bytesOf(cover));
         std::filesystem::rename(copy, song);
         EXPECT_TRUE(coverOf(song) == cover);
@@ -105,8 +111,7 @@ TEST_P(EverySong, IsKnownByItsContentAlone) {
     const path renamed = folder() / "song.txt";
     std::filesystem::rename(song, renamed);
     const std::string cover = jpegOf(30, 1);
-    tags::writeFrontCover(renamed, bytesOf(cover));
-    EXPECT_TRUE(coverOf(renamed) == cover);
+    EXPECT_TRUE(coverOf(withCover(renamed, cover)) == cover);
 }
 
 /** What isn't noticed must not matter, as the name under which the cover is kept. */
@@ -114,8 +119,7 @@ TEST_P(EverySong, IsNoProofWithAWrongByteThatMatters) {
     const path song = tests::makeSong(GetParam(), folder());
     tests::addTags(song, GetParam(), {pngOf(8, 1), pngOf(8, 2)}, 3);
     const std::string cover = jpegOf(8, 3);
-    const path copy = copyOf(song);
-    tags::writeFrontCover(copy, bytesOf(cover));
+    const path copy = withCover(song, cover);
     const std::string good = tests::fileBytes(copy);
     const std::string sound = tests::soundOf(copy);
     const std::string texts = tests::textsOf(copy);
@@ -148,7 +152,7 @@ TEST_P(EverySong, IsReadOrRefusedWhenItIsDamaged) {
     const path song = tests::makeSong(GetParam(), folder());
     tests::addTags(song, GetParam(), {pngOf(8, 1), pngOf(8, 2)}, 4);
     const std::string good = tests::fileBytes(song);
-    const path copy = copyOf(song);
+    const path damaged = folder() / "damaged";
     const std::string cover = jpegOf(8, 3);
     std::mt19937 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same damage each time
     const auto below = [&](std::size_t limit) {
@@ -163,13 +167,10 @@ TEST_P(EverySong, IsReadOrRefusedWhenItIsDamaged) {
             bad[at] = static_cast<char>(below(256));
         }
         if (below(4) == 0) bad.resize(below(bad.size()) + 1);
-        tests::writeFile(copy, bad);
-        const path tagged = folder() / "tagged";
-        std::filesystem::copy_file(copy, tagged, std::filesystem::copy_options::overwrite_existing);
+        tests::writeFile(damaged, bad);
         try {
-            (void)tags::readFrontCover(copy);
-            tags::writeFrontCover(tagged, bytesOf(cover));
-            tags::verify(copy, tagged, bytesOf(cover));
+            (void)tags::readFrontCover(damaged);
+            tags::verify(damaged, withCover(damaged, cover), bytesOf(cover));
         } catch (const util::Exception&) {
             ++refused;
         }
@@ -285,8 +286,7 @@ TEST_F(OneSong, IsNoProofWhenAnUnknownTagOrAnotherPictureIsDifferent) {
     const path song = tests::makeSong("mp3", folder());
     tests::addTags(song, "mp3", {pngOf(8, 1), pngOf(8, 2)}, 3);
     const std::string cover = jpegOf(16, 3);
-    const path copy = copyOf(song);
-    tags::writeFrontCover(copy, bytesOf(cover));
+    const path copy = withCover(song, cover);
     const std::string good = tests::fileBytes(copy);
     for (const std::string& text : {std::string("tests\0\xFF", 7), std::string("the back")}) {
         std::string bad = good;
@@ -322,7 +322,7 @@ TEST_F(OneSong, Mp4InFragmentsIsRefusedWhenTheSoundWouldMove) {
     tests::run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "sine=duration=2", "-c:a", "aac", "-movflags",
                 "+frag_keyframe+empty_moov", song.string()});
     EXPECT_EQ(coverOf(song), "");
-    EXPECT_THROW(tags::writeFrontCover(song, bytesOf(jpegOf(16, 1))), util::Exception);
+    EXPECT_THROW(withCover(song, jpegOf(16, 1)), util::Exception);
 }
 
 TEST_F(OneSong, Mp4MayEndInAFewBytesThatAreNoAtom) {
@@ -341,7 +341,7 @@ TEST_F(OneSong, IsGivenNoOtherFormatsAndNothingTooLarge) {
     std::string large = jpegOf(16, 1);
     large.resize(10'000'001);
     for (const std::string& bad : {std::string(), std::string("text"), std::string("GIF89a"), large})
-        EXPECT_THROW(tags::writeFrontCover(song, bytesOf(bad)), util::Exception);
+        EXPECT_THROW(withCover(song, bad), util::Exception);
     EXPECT_TRUE(tests::fileBytes(song) == before);
 }
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 /** The picture beside the song files of an album, which players find by its name. */
-namespace app {
+namespace tags {
 
 /** Beside the song file `song`, whether it is there or not. */
 [[nodiscard]] std::filesystem::path folderImage(const std::filesystem::path& song);
@@ -26,4 +26,4 @@ namespace app {
 void writeFolderImage(const std::filesystem::path& song, const std::filesystem::path& musicFolder,
                       const util::ReceivedImage& image);
 
-} // namespace app
+} // namespace tags

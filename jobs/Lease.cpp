@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#include "jobs/Lease.h"
+
+#include "jobs/SongUpdate.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <csignal>
+
+namespace jobs {
+namespace {
+
+[[noreturn]] void busy() { throw TryAgainLater("Another program is writing into the song file."); }
+
+} // namespace
+
+Lease::Lease(int file) : file_(file) {
+    // The signal that says that somebody waits: one that is ignored unless a program asks for it.
+    held_ = ::fcntl(file_, F_SETSIG, SIGURG) == 0 && ::fcntl(file_, F_SETLEASE, F_RDLCK) == 0;
+    if (!held_ && errno == EAGAIN) busy();
+}
+
+Lease::~Lease() {
+    if (held_) ::fcntl(file_, F_SETLEASE, F_UNLCK);
+}
+
+void Lease::check() const {
+    if (held_ && ::fcntl(file_, F_GETLEASE) != F_RDLCK) busy();
+}
+
+} // namespace jobs

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "jobs/TaggerProcess.h"
+#include "store/CoverStore.h"
+#include "util/FileDescriptor.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+
+namespace jobs {
+
+/** What the jobs depend on; read anew for each. */
+struct Settings {
+    std::filesystem::path musicFolder; // only files below it are touched; empty: none
+    int maxPictureSidePixels = 1200;
+    std::chrono::seconds retryPause{10}; // before a job is tried again for the first time; then it doubles
+};
+
+struct RunnerSetup {
+    std::filesystem::path lockFile; // the same for all processes that share a store
+    std::filesystem::path tagger;   // the program sleevery-tagger
+    std::function<std::unique_ptr<store::CoverStore>()> openStore; // for the runner's own thread
+    std::function<Settings(store::CoverStore&)> settings;
+};
+
+/**
+ * Carries out the jobs of a store, one after another, in a thread of its own. Of all runners that share a
+ * store one works at a time; the others see to it that the work goes on when that one's process dies. The
+ * store is open only while there is something to do.
+ */
+class Runner {
+public:
+    /** Begins with what is in the queue. @throws std::system_error when there can be no thread */
+    explicit Runner(RunnerSetup setup);
+    Runner(const Runner&) = delete;
+    Runner& operator=(const Runner&) = delete;
+
+    /** Gives the job in hand back at once. */
+    ~Runner();
+
+    /** There is something in the queue. From any thread. */
+    void wake() noexcept;
+
+private:
+    using Pause = std::optional<std::chrono::milliseconds>; // nothing: until somebody wakes the runner
+
+    void run() noexcept;
+    void wait(Pause pause) const noexcept;
+    void takeEvent() const noexcept;
+    Pause workOff();
+    void carryOutAll(store::CoverStore& store, const util::FileDescriptor& lock);
+    void tag(store::CoverStore& store, const store::Job& job, const util::FileDescriptor& lock);
+    std::optional<TaggerProcess::Result> runTagger(const TaggerProcess::Order& order,
+                                                   const util::FileDescriptor& lock);
+
+    const RunnerSetup setup_;
+    const util::FileDescriptor wakeEvent_;
+    std::atomic<bool> stopping_ = false;
+    std::thread thread_;
+};
+
+} // namespace jobs

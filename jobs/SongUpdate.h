@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "util/Exception.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+
+namespace jobs {
+
+/** A failure for a reason that passes, so that it makes sense to try again later. */
+class TryAgainLater : public util::Exception {
+public:
+    using Exception::Exception;
+};
+
+/** What is to be written into which song file. */
+struct SongUpdate {
+    std::filesystem::path song;          // absolute, with all links resolved
+    std::filesystem::path temporaryFile; // of the same folder, and not there
+    std::span<const std::byte> picture;  // as it was received
+    int maxSidePixels = 1200;
+    bool replace = true; // the front cover that is there
+};
+
+/**
+ * Makes the picture, or a smaller one that fits, the front cover of the song file. At every moment, a killed
+ * process included, there is the whole old file or the whole new one, on disk; only the temporary file may be
+ * left behind by a kill. A file that has the picture already is not touched.
+ * @throws TryAgainLater, util::Exception; the song file is as it was, then
+ */
+void writeCover(const SongUpdate& update);
+
+} // namespace jobs

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+/**
+ * How the runner and the program that writes tags, sleevery-tagger, talk. Its arguments: the song file, the
+ * temporary file, the longest side in pixels, 1 or 0 for SongUpdate::replace, and the process id of the
+ * runner, with which it ends. It writes the reason of a failure, a sentence, to its standard output.
+ */
+namespace jobs::tagger {
+
+/** A descriptor with the picture. */
+inline constexpr int pictureDescriptor = 3;
+
+/** A descriptor that it only holds: the lock of the queue, which is not given up while it works. */
+inline constexpr int lockDescriptor = 4;
+
+enum ExitCode { Done = 0, Failed = 1, Later = 75 }; // as in sysexits.h
+
+} // namespace jobs::tagger
