@@ -474,7 +474,7 @@ def on_a_full_disk(songs, tmp_path):
     """A server, its song on a small disk with next to no space left, and the file that takes up the space."""
     music = tmp_path / "music"
     music.mkdir()
-    with Server(tmp_path / "state", processes=1, prefix=small_disk(music, mebibytes=8)) as server:
+    with Server(tmp_path / "state", processes=1, prefix=small_disk(music, mebibytes=16)) as server:
         inside = pathlib.Path(f"/proc/{server.lighttpd.pid}/root{music}")
         song = large_song(songs, inside)
         fill_up(inside / "filler")
