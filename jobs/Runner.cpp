@@ -200,6 +200,9 @@ void Runner::tag(store::CoverStore& store, const Job& job, const util::FileDescr
         return;
     }
     const fs::path temporaryFile = temporaryFileFor(song);
+    // While somebody has the old file, its blocks are not given back, which takes as long as writing them
+    // did: nobody has to wait for that.
+    const util::FileDescriptor oldFile(::open(song.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     store.startJob(job.id, temporaryFile.native());
     const std::optional<TaggerProcess::Result> result =
         runTagger({.song = song,

@@ -145,9 +145,13 @@ TaggerProcess::Result TaggerProcess::result() {
         if (errno != EINTR) fail(errno);
     }
     process_ = -1;
-    if (WIFSIGNALED(status))
-        return {Result::Kind::Later,
-                fmt::format("The program that writes tags was ended by signal {}.", WTERMSIG(status))};
+    if (WIFSIGNALED(status)) {
+        // From outside, where memory is short; any other signal is its own doing, and would be again.
+        const bool killed = WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGTERM;
+        return {killed ? Result::Kind::Later : Result::Kind::Failed,
+                fmt::format("The program that writes tags could not cope with the song file (signal {}).",
+                            WTERMSIG(status))};
+    }
     switch (WEXITSTATUS(status)) {
     case tagger::Done:
         return {Result::Kind::Done, {}};

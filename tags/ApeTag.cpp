@@ -26,6 +26,7 @@ struct Tag {
 std::vector<std::string> itemsIn(const std::string& bytes, std::size_t count) {
     const util::ByteReader in = readerOf(bytes, subject);
     constexpr std::size_t keyAt = 8;
+    checkCount(count);
     std::vector<std::string> items;
     std::size_t at = 0;
     for (std::size_t i = 0; i < count; ++i) {
@@ -119,6 +120,6 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format apeFormat{tagsOf, bodyOf, writeFront};
+const Format apeFormat{tagsOf, bodyOf, writeFront, unlimitedRoom};
 
 } // namespace tags

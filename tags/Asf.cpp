@@ -57,6 +57,7 @@ std::vector<Object> objectsIn(std::string_view bytes) {
         if (size < objectHeader || size > bytes.size() - at) in.damaged();
         objects.push_back({std::string(bytes.substr(at, guidSize)),
                            std::string(bytes.substr(at + objectHeader, size - objectHeader))});
+        checkCount(objects.size());
         at += size;
     }
     return objects;
@@ -178,12 +179,13 @@ void collectAttributes(const Object& object, StoredTags& tags) {
     }
 }
 
-void collect(const std::vector<Object>& objects, StoredTags& tags) {
+/** There is one level of objects in objects, which is the extension of the header. */
+void collect(const std::vector<Object>& objects, bool inExtension, StoredTags& tags) {
     for (const Object& object : objects) {
         if (object.guid == contentGuid || object.guid == libraryGuid) {
             collectAttributes(object, tags);
-        } else if (object.guid == extensionGuid) {
-            collect(extensionOf(object), tags);
+        } else if (object.guid == extensionGuid && !inExtension) {
+            collect(extensionOf(object), true, tags);
         } else if (object.guid == filePropertiesGuid) {
             std::string content = object.content;
             content.replace(std::min(content.size(), guidSize), 8, "the file's size");
@@ -196,7 +198,7 @@ void collect(const std::vector<Object>& objects, StoredTags& tags) {
 
 StoredTags tagsOf(const SongFile& file) {
     StoredTags tags;
-    collect(headerOf(file), tags);
+    collect(headerOf(file), false, tags);
     return tags;
 }
 
@@ -265,6 +267,6 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format asfFormat{tagsOf, bodyOf, writeFront};
+const Format asfFormat{tagsOf, bodyOf, writeFront, unlimitedRoom};
 
 } // namespace tags

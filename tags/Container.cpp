@@ -103,9 +103,13 @@ std::optional<Container> markedContainer(const std::string& head, bool afterTag)
 
 Container containerOf(const SongFile& file) {
     constexpr std::size_t headSize = 512;
-    const std::uint64_t at = id3v2::lengthAt(file, 0);
+    std::uint64_t at = id3v2::lengthAt(file, 0);
     const auto marked = markedContainer(file.readSome(at, headSize), at != 0);
     if (marked) return *marked;
+    // Some programs put a new tag before the old one. Players read the first.
+    constexpr int maxOldTags = 8;
+    for (int i = 0; i < maxOldTags; ++i)
+        at += id3v2::lengthAt(file, at);
     if (at >= file.size()) throw util::Exception("The song file is truncated.");
     if (isMpegAudio(file, at)) return Container::Mp3;
     throw util::Exception("This is not a song file of a kind that can carry a cover.");

@@ -46,6 +46,7 @@ Parts partsOf(const SongFile& file) {
         last = (reader.byte(0) & 0x80U) != 0;
         parts.blocks.push_back({reader.byte(0) & 0x7FU, file.read(parts.soundAt + headerSize, length)});
         parts.soundAt += headerSize + length;
+        checkCount(parts.blocks.size());
         if (parts.soundAt - id3Length > maxTagBytes)
             throw util::Exception("The tags of the song file are too large.");
     }
@@ -114,6 +115,6 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format flacFormat{tagsOf, bodyOf, writeFront};
+const Format flacFormat{tagsOf, bodyOf, writeFront, unlimitedRoom};
 
 } // namespace tags

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,11 @@ struct Cover {
     std::uint32_t bitsPerPixel = 24;
 };
 
+/** Of files that can grow as they like. */
+[[nodiscard]] constexpr std::uint64_t unlimitedRoom(const SongFile& /*file*/) noexcept {
+    return std::numeric_limits<std::uint64_t>::max();
+}
+
 /** How many bytes of padding a tag of `used` bytes gets where `area` bytes had been taken: all that are left,
  * so that the sound stays where it is, unless that wastes too much. */
 [[nodiscard]] constexpr std::size_t paddingFor(std::uint64_t used, std::uint64_t area) noexcept {
@@ -56,6 +62,7 @@ struct Format {
     StoredTags (*tagsOf)(const SongFile& file);
     Body (*bodyOf)(const SongFile& file);
     void (*writeFront)(SongFile& file, const Cover& cover);
+    std::uint64_t (*roomIn)(const SongFile& file); // the largest picture for which this very file has room
 };
 
 extern const Format mp3Format;

@@ -56,6 +56,12 @@ Cover coverFrom(std::span<const std::byte> picture, std::size_t maxBytes) {
             .bitsPerPixel = transparent ? 32U : 24U};
 }
 
+std::size_t roomIn(const SongFile& file) {
+    const Container container = containerOf(file);
+    const std::uint64_t room = formatOf(container).roomIn(file);
+    return static_cast<std::size_t>(std::min<std::uint64_t>(maxPictureBytes(container), room));
+}
+
 } // namespace
 
 util::Buffer readFrontCover(const std::filesystem::path& song) {
@@ -73,15 +79,12 @@ bool alreadyHas(const std::filesystem::path& song, std::span<const std::byte> pi
            });
 }
 
-std::size_t maxPictureBytes(const std::filesystem::path& song) {
-    return maxPictureBytes(containerOf(SongFile(song)));
-}
+std::size_t maxPictureBytes(const std::filesystem::path& song) { return roomIn(SongFile(song)); }
 
 void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture,
                      const util::FileDescriptor& copy) {
     SongFile file(song);
-    const Container container = containerOf(file);
-    formatOf(container).writeFront(file, coverFrom(picture, maxPictureBytes(container)));
+    formatOf(containerOf(file)).writeFront(file, coverFrom(picture, roomIn(file)));
     file.writeTo(copy);
 }
 

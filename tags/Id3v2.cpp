@@ -2,6 +2,7 @@
 #include "tags/Id3v2.h"
 
 #include "tags/Bytes.h"
+#include "text/Utf8.h"
 #include "util/Exception.h"
 
 #include <algorithm>
@@ -56,8 +57,13 @@ bool nameAt(const util::ByteReader& in, std::size_t at, unsigned version) {
     return true;
 }
 
+bool paddingAt(const util::ByteReader& in, std::size_t at) {
+    return at <= in.size() &&
+           std::ranges::all_of(in.bytes().subspan(at), [](std::byte byte) { return byte == std::byte{}; });
+}
+
 bool frameOrEndAt(const util::ByteReader& in, std::size_t at) {
-    return at == in.size() || (in.has(at, 1) && in.byte(at) == 0) || nameAt(in, at, 4);
+    return nameAt(in, at, 4) || paddingAt(in, at);
 }
 
 /** The size of a frame's content. Version 2.4 has sync-safe numbers, but a widespread player wrote plain
@@ -143,7 +149,36 @@ std::string framesOf(const util::ByteReader& in, unsigned version, std::uint32_t
     return frames;
 }
 
+/** With the mark of its byte order. */
+std::string utf16(std::string_view utf8) {
+    std::string units = littleEndian(0xFEFF, 2);
+    while (!utf8.empty()) {
+        const text::Character character = text::firstCharacter(utf8);
+        if (character.length == 0) break;
+        const std::uint32_t code = character.code;
+        if (code < 0x10000) {
+            units += littleEndian(code, 2);
+        } else {
+            units += littleEndian(0xD800 + ((code - 0x10000) >> 10U), 2) +
+                     littleEndian(0xDC00 + (code & 0x3FFU), 2);
+        }
+        utf8.remove_prefix(character.length);
+    }
+    return units;
+}
+
 } // namespace
+
+std::string textFrame(std::string_view id, std::string_view utf8) {
+    const bool ascii =
+        std::ranges::none_of(utf8, [](char c) { return (static_cast<unsigned char>(c) & 0x80U) != 0; });
+    const auto coded = [&](std::string_view text) { return ascii ? std::string(text) : utf16(text); };
+    std::string content(1, ascii ? '\0' : '\1');
+    if (id == "COMM")
+        content += "XXX" + coded("") + std::string(ascii ? 1 : 2, '\0'); // language, description
+    content += coded(utf8);
+    return std::string(id) + bigEndian(content.size(), 4) + std::string(2, '\0') + content;
+}
 
 std::uint64_t lengthAt(const SongFile& file, std::uint64_t at) {
     const std::string header = file.readSome(at, headerSize);
@@ -162,7 +197,8 @@ Tag parse(std::string_view bytes) {
     const std::string frames = framesOf(whole, tag.version, flags);
     const util::ByteReader in = readerOf(frames, subject);
     const std::size_t frameHeader = frameHeaderSize(tag.version);
-    for (std::size_t at = 0; in.has(at, frameHeader) && in.byte(at) != 0;) {
+    std::size_t at = 0;
+    while (in.has(at, frameHeader) && in.byte(at) != 0) {
         if (!nameAt(in, at, tag.version)) in.damaged();
         const std::size_t size = contentSize(in, at, tag.version);
         if (!in.has(at + frameHeader, size)) in.damaged();
@@ -170,8 +206,10 @@ Tag parse(std::string_view bytes) {
         // The tag's own flag can't stay, because the new picture is not coded so; each frame has one, too.
         if (tag.version == 4 && (flags & 0x80U) != 0) frame[9] = static_cast<char>(frame[9] | 0x02);
         tag.frames.push_back(std::move(frame));
+        checkCount(tag.frames.size());
         at += frameHeader + size;
     }
+    if (!paddingAt(in, at)) in.damaged(); // a wrong size has led here, and what follows would get lost
     return tag;
 }
 

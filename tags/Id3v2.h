@@ -26,6 +26,9 @@ struct Tag {
 /** @throws util::Exception when it is damaged or of an unknown version */
 [[nodiscard]] Tag parse(std::string_view bytes);
 
+/** A text or comment frame of version 2.3. */
+[[nodiscard]] std::string textFrame(std::string_view id, std::string_view utf8);
+
 /** Adds the tag's frames to `tags`. */
 void collect(const Tag& tag, StoredTags& tags);
 

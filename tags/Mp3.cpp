@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "tags/Bytes.h"
 #include "tags/Formats.h"
 #include "tags/Id3v2.h"
+#include "text/Utf8.h"
 
 #include <algorithm>
 
@@ -24,21 +24,18 @@ id3v2::Tag fromId3v1(const SongFile& file) {
     id3v2::Tag tag;
     const std::string old = file.size() < size ? std::string() : file.read(file.size() - size, size);
     if (!old.starts_with("TAG")) return tag;
-    const auto add = [&](const char* id, const std::string& before, const std::string& text) {
-        const std::string content = before + text;
-        if (!text.empty())
-            tag.frames.push_back(id + bigEndian(content.size(), 4) + std::string(2, '\0') + content);
+    const auto add = [&](const char* id, const std::string& text) {
+        if (!text.empty()) tag.frames.push_back(id3v2::textFrame(id, text::toUtf8(text)));
     };
-    const std::string latin1(1, '\0');
     const auto track = static_cast<unsigned char>(old[125] == '\0' ? old[126] : '\0');
     const auto genre = static_cast<unsigned char>(old[127]);
-    add("TIT2", latin1, field(old, 3, 30));
-    add("TPE1", latin1, field(old, 33, 30));
-    add("TALB", latin1, field(old, 63, 30));
-    add("TYER", latin1, field(old, 93, 4));
-    add("COMM", latin1 + "XXX" + std::string(1, '\0'), field(old, 97, track == 0 ? 30 : 28));
-    add("TRCK", latin1, track == 0 ? "" : std::to_string(track));
-    add("TCON", latin1, genre < genres ? "(" + std::to_string(genre) + ")" : "");
+    add("TIT2", field(old, 3, 30));
+    add("TPE1", field(old, 33, 30));
+    add("TALB", field(old, 63, 30));
+    add("TYER", field(old, 93, 4));
+    add("COMM", field(old, 97, track == 0 ? 30 : 28));
+    add("TRCK", track == 0 ? "" : std::to_string(track));
+    add("TCON", genre < genres ? "(" + std::to_string(genre) + ")" : "");
     return tag;
 }
 
@@ -68,6 +65,6 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format mp3Format{tagsOf, bodyOf, writeFront};
+const Format mp3Format{tagsOf, bodyOf, writeFront, unlimitedRoom};
 
 } // namespace tags

@@ -50,6 +50,7 @@ std::vector<Atom> atomsIn(const std::string& bytes, std::uint64_t at, std::uint6
         const auto header =
             std::string_view(bytes).substr(at, std::min<std::uint64_t>(2 * headerSize, end - at));
         atoms.push_back(atomFrom(header, at, end));
+        checkCount(atoms.size());
         at = atoms.back().end();
     }
     return atoms;
@@ -68,12 +69,15 @@ struct Movie {
     std::optional<Atom> userData;
     std::optional<Atom> meta;
     std::optional<Atom> list;
-    bool fragmented = false;
+    bool soundStays = false; // because offsets elsewhere in the file point to it
 };
 
+/** The atoms come behind a version, except in files that follow QuickTime. */
 std::vector<Atom> metaAtoms(const std::string& bytes, const Atom& meta) {
-    if (meta.size < meta.header + versionSize) readerOf({}, subject).damaged();
-    return atomsIn(bytes, meta.content() + versionSize, meta.end());
+    const bool hasVersion = !readerOf(bytes, subject).matches(meta.content() + 4, "hdlr");
+    const std::uint64_t begin = meta.content() + (hasVersion ? versionSize : 0);
+    if (begin > meta.end()) readerOf({}, subject).damaged();
+    return atomsIn(bytes, begin, meta.end());
 }
 
 bool hasHandler(const std::string& bytes, const Atom& handler, std::string_view type) {
@@ -103,7 +107,7 @@ Movie movieOf(const SongFile& file) {
         const std::string header = file.readSome(at, 2 * headerSize);
         const Atom atom = atomFrom(header, at, file.size());
         if (++count > maxAtoms) in.damaged();
-        if (atom.name == "moof") movie.fragmented = true;
+        if (atom.name == "moof" || atom.name == "meta") movie.soundStays = true;
         if (atom.name == "moov") {
             if (!movie.bytes.empty()) in.unsupported();
             movie.at = at;
@@ -294,9 +298,15 @@ void set(std::string& bytes, std::uint64_t at, std::size_t width, std::uint64_t 
     bytes.replace(at, width, bigEndian(value, width));
 }
 
+[[noreturn]] void refuseToMove() {
+    throw util::Exception("This MP4 file has no room for a cover, and its sound can't be moved. It takes one "
+                          "after it has been written anew, without fragments and copy protection.");
+}
+
 void moveOffsets(Movie& movie, const Atom& parent, std::size_t depth, std::uint64_t by) {
     for (const Atom& atom : atomsIn(movie.bytes, parent.content(), parent.end())) {
         if (leadsToOffsets(atom, depth)) moveOffsets(movie, atom, depth + 1, by);
+        if (atom.name == "saio") refuseToMove(); // offsets, too, of what deciphers the sound
         if (!hasOffsets(atom, depth)) continue;
         forEachOffset(movie, atom, [&](std::uint64_t at, std::size_t width, std::uint64_t offset) {
             if (offset > movie.at) set(movie.bytes, at, width, offset + by);
@@ -310,8 +320,7 @@ void writeFront(SongFile& file, const Cover& cover) {
     const Change change = changeOf(movie, cover);
     const std::uint64_t by = change.bytes.size() - change.place.size; // modulo 2^64 where it shrinks
     const bool soundMoves = by != 0 && movie.at + oldSize < file.size();
-    if (soundMoves && movie.fragmented)
-        throw util::Exception("This MP4 file is in fragments, with no room for a cover.");
+    if (soundMoves && movie.soundStays) refuseToMove();
     if (soundMoves) moveOffsets(movie, movie.moov, 0, by);
     for (const Atom& atom : change.around) {
         const bool wide = atom.header != headerSize;
@@ -324,6 +333,6 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format mp4Format{tagsOf, bodyOf, writeFront};
+const Format mp4Format{tagsOf, bodyOf, writeFront, unlimitedRoom};
 
 } // namespace tags

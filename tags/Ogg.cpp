@@ -122,7 +122,7 @@ Headers headersOf(const SongFile& file) {
     const util::ByteReader in = readerOf({}, subject);
     const Page first = pageAt(file, 0);
     if ((first.flags & firstOfStream) == 0) in.damaged();
-    Headers headers{codecOf(file, first), first, {}, first.end(), 1};
+    Headers headers{codecOf(file, first), first, {}, first.end(), first.sequence + 1};
     std::string packet;
     while (!complete(headers)) {
         const Page page = pageAt(file, headers.end);
@@ -150,9 +150,26 @@ Headers headersOf(const SongFile& file) {
     return headers;
 }
 
+constexpr std::size_t blockHeader = 4; // of a FLAC block, which is what a header packet of Ogg FLAC has
+
+constexpr std::size_t maxBlock = 0xFFFFFF;
+
+bool isFlac(const Headers& headers) { return headers.codec.headers == 0; }
+
+/** A packet behind the comment that has nothing but a picture, or nothing. */
+bool isBlock(const std::string& packet, std::uint32_t type) {
+    const util::ByteReader in = readerOf(packet, subject);
+    return in.has(0, blockHeader) && (in.byte(0) & 0x7FU) == type;
+}
+constexpr std::uint32_t paddingBlock = 1;
+constexpr std::uint32_t pictureBlock = 6;
+
+Picture pictureIn(const std::string& packet) {
+    return xiph::pictureIn(std::string_view(packet).substr(blockHeader));
+}
+
 /** How many bytes of the comment packet come before the comment header. */
 std::size_t prefixOf(const Headers& headers) {
-    constexpr std::size_t blockHeader = 4;
     const util::ByteReader in = readerOf(headers.packets.front(), subject);
     if (!in.matches(0, headers.codec.beforeComment)) in.damaged();
     if (headers.codec.headers != 0) return headers.codec.beforeComment.size();
@@ -169,6 +186,10 @@ StoredTags tagsOf(const SongFile& file) {
     const Headers headers = headersOf(file);
     StoredTags tags;
     xiph::collect(commentOf(headers), tags);
+    if (!isFlac(headers)) return tags;
+    for (const std::string& packet : headers.packets) {
+        if (isBlock(packet, pictureBlock)) tags.pictures.push_back(pictureIn(packet));
+    }
     return tags;
 }
 
@@ -188,6 +209,7 @@ class InStream {
 public:
     explicit InStream(std::uint32_t serial) : serial_(serial) {}
     bool operator()(const Page& page) {
+        if (page.serial == serial_ && (page.flags & firstOfStream) != 0) ended_ = true; // the next in a chain
         const bool in = !ended_ && page.serial == serial_;
         if (in && (page.flags & lastOfStream) != 0) ended_ = true;
         return in;
@@ -202,14 +224,18 @@ private:
 Body bodyOf(const SongFile& file) {
     const Headers headers = headersOf(file);
     Body body{.bytes = {{0, headers.first.end()}}, .layout = {}};
-    for (std::size_t i = 1; i < headers.packets.size(); ++i)
-        body.layout += littleEndian(headers.packets[i].size(), 4) + headers.packets[i];
+    for (std::size_t i = 1; i < headers.packets.size(); ++i) {
+        const std::string& packet = headers.packets[i];
+        if (isFlac(headers) && (isBlock(packet, pictureBlock) || isBlock(packet, paddingBlock))) continue;
+        body.layout += littleEndian(packet.size(), 4) + packet;
+    }
     InStream inStream(headers.first.serial);
     forEachPage(file, headers.first.end(), [&](const Page& page) {
         const std::string bytes = file.read(page.at, page.end() - page.at);
         if (bytes.compare(checksumAt, 4, checksumOf(bytes)) != 0) readerOf({}, subject).damaged();
         if (page.at < headers.end) return;
-        body.bytes.push_back({page.bodyAt(), page.bodySize});
+        if (page.bodySize != 0) body.bytes.push_back({page.bodyAt(), page.bodySize});
+        if (body.layout.size() > maxTagBytes) throw util::Exception("The Ogg file has too many pages.");
         const std::uint32_t sequence = page.sequence - (inStream(page) ? headers.nextSequence : 0);
         body.layout += littleEndian(page.flags, 1) + littleEndian(page.position, 8) +
                        littleEndian(page.serial, 4) + littleEndian(sequence, 4) + page.segments;
@@ -228,8 +254,8 @@ std::string segmentsOf(const std::vector<std::string>& packets) {
     return segments;
 }
 
-/** Pages for the packets, numbered from 1. */
-std::vector<std::string> pagesOf(const std::vector<std::string>& packets, std::uint32_t serial) {
+/** Pages for the packets, which come behind `first`. */
+std::vector<std::string> pagesOf(const std::vector<std::string>& packets, const Page& first) {
     std::string bodies;
     for (const std::string& packet : packets)
         bodies += packet;
@@ -244,8 +270,8 @@ std::vector<std::string> pagesOf(const std::vector<std::string>& packets, std::u
         const bool continues = at != 0 && segments[at - 1] == '\xFF';
         const bool ends = table.find_first_not_of('\xFF') != std::string::npos;
         std::string page = "OggS" + littleEndian(0, 1) + littleEndian(continues ? continued : 0, 1) +
-                           littleEndian(ends ? 0 : nothingEnds, 8) + littleEndian(serial, 4) +
-                           littleEndian(pages.size() + 1, 4) + littleEndian(0, 4) +
+                           littleEndian(ends ? 0 : nothingEnds, 8) + littleEndian(first.serial, 4) +
+                           littleEndian(first.sequence + 1 + pages.size(), 4) + littleEndian(0, 4) +
                            littleEndian(table.size(), 1) + table + bodies.substr(bodyAt, size);
         page.replace(checksumAt, 4, checksumOf(page));
         pages.push_back(std::move(page));
@@ -265,20 +291,36 @@ void renumber(SongFile& file, const Headers& headers, std::uint32_t by) {
     });
 }
 
+/** The comment of Ogg FLAC is a block, and so has an end; the base64 of other pictures is in it, too. */
+std::uint64_t roomIn(const SongFile& file) {
+    const Headers headers = headersOf(file);
+    if (!isFlac(headers)) return unlimitedRoom(file);
+    xiph::Comment comment = commentOf(headers);
+    xiph::setFront(comment, {.image = {}, .mime = "image/jpeg"});
+    const std::size_t used = xiph::render(comment).size();
+    return used > maxBlock ? 0 : (maxBlock - used) / 4 * 3;
+}
+
 void writeFront(SongFile& file, const Cover& cover) {
     Headers headers = headersOf(file);
     xiph::Comment comment = commentOf(headers);
     xiph::setFront(comment, cover);
     const std::string content = xiph::render(comment);
     std::string prefix = headers.packets.front().substr(0, prefixOf(headers));
-    if (headers.codec.headers == 0) { // a FLAC block with its length
-        if (content.size() > 0xFFFFFF)
+    if (isFlac(headers)) {
+        if (content.size() > maxBlock)
             throw util::Exception("The picture is too large for a FLAC file, which takes less than 16 MB.");
         prefix.replace(1, 3, bigEndian(content.size(), 3));
+        for (std::string& packet : headers.packets) { // their number is noted elsewhere, so they stay, empty
+            if (isBlock(packet, pictureBlock) && pictureIn(packet).front)
+                packet = bigEndian((readerOf(packet, subject).byte(0) & 0x80U) | paddingBlock, 1) +
+                         std::string(3, '\0');
+        }
     }
     headers.packets.front() = prefix + content;
-    const std::vector<std::string> pages = pagesOf(headers.packets, headers.first.serial);
-    const std::uint32_t by = static_cast<std::uint32_t>(pages.size()) + 1 - headers.nextSequence;
+    const std::vector<std::string> pages = pagesOf(headers.packets, headers.first);
+    const std::uint32_t by =
+        headers.first.sequence + 1 + static_cast<std::uint32_t>(pages.size()) - headers.nextSequence;
     if (by != 0) renumber(file, headers, by);
     std::string head;
     for (const std::string& page : pages)
@@ -288,6 +330,6 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format oggFormat{tagsOf, bodyOf, writeFront};
+const Format oggFormat{tagsOf, bodyOf, writeFront, roomIn};
 
 } // namespace tags

@@ -2,9 +2,11 @@
 #include "tags/Bytes.h"
 #include "tags/Formats.h"
 #include "tags/Id3v2.h"
+#include "text/Utf8.h"
 #include "util/Exception.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 
@@ -12,6 +14,7 @@ namespace tags {
 namespace {
 
 constexpr std::size_t headerSize = 8;
+constexpr std::uint64_t maxForm = std::numeric_limits<std::uint32_t>::max();
 
 /** RIFF files (WAV) count in little endian, IFF files (AIFF) in big endian; they are alike otherwise. */
 struct Flavour {
@@ -66,11 +69,55 @@ Form formOf(const SongFile& file, const Flavour& flavour) {
     return form;
 }
 
+/** A text of WAV's own list, in the words of ID3v2. */
+std::optional<std::string> frameFrom(std::string_view id, std::string text) {
+    struct Word {
+        std::string_view info;
+        std::string_view frame;
+        bool isNumber;
+    };
+    static constexpr std::array words{Word{"INAM", "TIT2", false}, Word{"IART", "TPE1", false},
+                                      Word{"IPRD", "TALB", false}, Word{"ICRD", "TYER", true},
+                                      Word{"IGNR", "TCON", false}, Word{"ICMT", "COMM", false},
+                                      Word{"IPRT", "TRCK", true},  Word{"ITRK", "TRCK", true}};
+    const auto word = std::ranges::find(words, id, &Word::info);
+    if (word == words.end()) return std::nullopt;
+    text.resize(std::min(text.find('\0'), text.size()));
+    if (word->isNumber) text.resize(std::min(text.find_first_not_of("0123456789"), text.size()));
+    return text.empty() ? std::nullopt : std::optional(id3v2::textFrame(word->frame, text::toUtf8(text)));
+}
+
+/** WAV's own list of texts: many players don't read it any more once there is the other tag. */
+id3v2::Tag fromInfo(const SongFile& file, const Form& form) {
+    id3v2::Tag tag;
+    for (const Chunk& chunk : form.chunks) {
+        if (chunk.id != "LIST" || file.readSome(chunk.at + headerSize, 4) != "INFO") continue;
+        const std::string list = file.read(chunk.at + headerSize, chunk.size);
+        const util::ByteReader in = readerOf(list, wav.subject);
+        std::size_t at = 4;
+        while (in.has(at, headerSize)) {
+            const std::size_t size = in.littleEndian(at + 4, 4);
+            if (!in.has(at + headerSize, size)) break;
+            const auto frame = frameFrom(list.substr(at, 4), list.substr(at + headerSize, size));
+            if (frame) tag.frames.push_back(*frame);
+            at += headerSize + size + size % 2;
+        }
+        break;
+    }
+    return tag;
+}
+
+/** The tag, or what it is to begin with. */
+template <const Flavour& flavour>
+id3v2::Tag tagIn(const SongFile& file, const Form& form) {
+    if (form.tag) return id3v2::parse(file.read(form.tag->at + headerSize, form.tag->size));
+    return &flavour == &wav ? fromInfo(file, form) : id3v2::Tag();
+}
+
 template <const Flavour& flavour>
 StoredTags tagsOf(const SongFile& file) {
-    const Form form = formOf(file, flavour);
     StoredTags tags;
-    if (form.tag) id3v2::collect(id3v2::parse(file.read(form.tag->at + headerSize, form.tag->size)), tags);
+    id3v2::collect(tagIn<flavour>(file, formOf(file, flavour)), tags);
     return tags;
 }
 
@@ -88,13 +135,19 @@ Body bodyOf(const SongFile& file) {
 }
 
 template <const Flavour& flavour>
+std::uint64_t roomIn(const SongFile& file) {
+    constexpr std::uint64_t aroundPicture = 100; // headers and so on, rounded up
+    const std::uint64_t used = formOf(file, flavour).end + aroundPicture;
+    return used > maxForm ? 0 : maxForm - used;
+}
+
+template <const Flavour& flavour>
 void writeFront(SongFile& file, const Cover& cover) {
     const Form form = formOf(file, flavour);
-    id3v2::Tag tag;
+    id3v2::Tag tag = tagIn<flavour>(file, form);
     Range old{form.end, 0};
     std::string id(flavour.newTag);
     if (form.tag) {
-        tag = id3v2::parse(file.read(form.tag->at + headerSize, form.tag->size));
         old = {form.tag->at, headerSize + form.tag->size};
         id = form.tag->id;
     }
@@ -106,7 +159,7 @@ void writeFront(SongFile& file, const Cover& cover) {
     chunk += id + numberOf(flavour, content.size()) + content;
 
     const std::uint64_t formSize = form.end + padByte(form.end) - old.size + chunk.size() - headerSize;
-    if (formSize > std::numeric_limits<std::uint32_t>::max())
+    if (formSize > maxForm)
         throw util::Exception("The song file has no room for a cover: its format ends at 4 GB.");
     file.replace(old.at, old.size, chunk);
     file.replace(4, 4, numberOf(flavour, formSize));
@@ -114,7 +167,7 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format wavFormat{tagsOf<wav>, bodyOf<wav>, writeFront<wav>};
-const Format aiffFormat{tagsOf<aiff>, bodyOf<aiff>, writeFront<aiff>};
+const Format wavFormat{tagsOf<wav>, bodyOf<wav>, writeFront<wav>, roomIn<wav>};
+const Format aiffFormat{tagsOf<aiff>, bodyOf<aiff>, writeFront<aiff>, roomIn<aiff>};
 
 } // namespace tags

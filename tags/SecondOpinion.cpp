@@ -11,12 +11,14 @@
 #include <taglib/flacfile.h>
 #include <taglib/id3v1tag.h>
 #include <taglib/id3v2tag.h>
+#include <taglib/infotag.h>
 #include <taglib/mp4file.h>
 #include <taglib/mpcfile.h>
 #include <taglib/mpegfile.h>
 #include <taglib/oggflacfile.h>
 #include <taglib/opusfile.h>
 #include <taglib/speexfile.h>
+#include <taglib/tfilestream.h>
 #include <taglib/tpropertymap.h>
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
@@ -24,6 +26,7 @@
 #include <taglib/xiphcomment.h>
 
 #include <string>
+#include <type_traits>
 
 namespace tags {
 namespace {
@@ -86,6 +89,12 @@ TagLib::PropertyMap textsOf(TagLib::MPEG::File& file) {
     return file.hasID3v1Tag() ? file.ID3v1Tag()->properties() : TagLib::PropertyMap();
 }
 
+/** Likewise; TagLib mixes the two. */
+TagLib::PropertyMap textsOf(TagLib::RIFF::WAV::File& file) {
+    if (file.hasID3v2Tag()) return file.ID3v2Tag()->properties();
+    return file.hasInfoTag() ? file.InfoTag()->properties() : TagLib::PropertyMap();
+}
+
 template <typename File>
 TagLib::PropertyMap textsOf(File& file) {
     return file.properties();
@@ -94,7 +103,17 @@ TagLib::PropertyMap textsOf(File& file) {
 /** Opens the file as a `File` and takes the front cover out of what `tagsOf` finds there. */
 template <typename File, typename TagsOf>
 View viewAs(const std::filesystem::path& path, TagsOf tagsOf) {
-    File file(path.c_str());
+    TagLib::FileStream stream(path.c_str(),
+                              true); // it would open the file for writing, which others may watch
+    constexpr bool wantsFactory =
+        std::is_constructible_v<File, TagLib::IOStream*, TagLib::ID3v2::FrameFactory*>;
+    File file = [&] {
+        if constexpr (wantsFactory) {
+            return File(&stream, TagLib::ID3v2::FrameFactory::instance());
+        } else {
+            return File(&stream);
+        }
+    }();
     if (!file.isValid() || file.audioProperties() == nullptr)
         throw util::Exception("The song file is damaged in its audio properties.");
     const TagLib::AudioProperties& sound = *file.audioProperties();
@@ -155,7 +174,8 @@ void secondOpinion(const std::filesystem::path& original, const std::filesystem:
         view->properties.unsupportedData()
             .clear(); // names the pictures among others, which have been compared
     }
-    if (!(before.properties == after.properties))
+    // It may see more: it overlooks texts in a tag of old form that had to be written in a newer one.
+    if (!after.properties.contains(before.properties))
         throw util::Exception("Writing the cover would have changed what players read in the other tags.");
     if (before.milliseconds != after.milliseconds || before.samplesPerSecond != after.samplesPerSecond ||
         before.channels != after.channels) {

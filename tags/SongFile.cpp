@@ -72,43 +72,68 @@ std::size_t readUpTo(const util::FileDescriptor& file, std::uint64_t at, std::sp
     return done;
 }
 
-void write(const util::FileDescriptor& target, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(target.get(), bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR) failWriting();
-        if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-}
+/** The file that is being written. The disk begins with it at once, instead of at the flush in the end. */
+class Target {
+public:
+    explicit Target(const util::FileDescriptor& file) noexcept : file_(file) {}
 
-/** Within the kernel, which shares the blocks where the file system can. @return false where it can't do that
- * at all */
-bool copyInKernel(const util::FileDescriptor& file, Range& range, const util::FileDescriptor& target) {
-    while (range.size > 0) {
-        auto offset = static_cast<off_t>(range.at);
-        const ssize_t count = ::copy_file_range(file.get(), &offset, target.get(), nullptr, range.size, 0);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP))
-            return false;
-        if (count < 0) failWriting();
-        if (count == 0) return false; // some file systems have no other way to say it
-        range.at += static_cast<std::uint64_t>(count);
-        range.size -= static_cast<std::uint64_t>(count);
+    void append(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const ssize_t count = ::write(file_.get(), bytes.data(), bytes.size());
+            if (count < 0 && errno != EINTR) failWriting();
+            if (count > 0) {
+                bytes.remove_prefix(static_cast<std::size_t>(count));
+                advance(count);
+            }
+        }
     }
-    return true;
-}
 
-void copy(const util::FileDescriptor& file, Range range, const util::FileDescriptor& target) {
-    if (copyInKernel(file, range, target)) return;
-    std::vector<char> block(blockBytes);
-    while (range.size > 0) {
-        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), range.size));
-        const std::span<char> bytes = std::span(block).first(wanted);
-        if (readUpTo(file, range.at, bytes) != wanted) throw util::Exception("The song file is truncated.");
-        write(target, {bytes.data(), bytes.size()});
-        range.at += wanted;
-        range.size -= wanted;
+    void append(const util::FileDescriptor& from, Range range) {
+        if (copyInKernel(from, range)) return;
+        std::vector<char> block(blockBytes);
+        while (range.size > 0) {
+            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), range.size));
+            const std::span<char> bytes = std::span(block).first(wanted);
+            if (readUpTo(from, range.at, bytes) != wanted)
+                throw util::Exception("The song file is truncated.");
+            append({bytes.data(), bytes.size()});
+            range.at += wanted;
+            range.size -= wanted;
+        }
     }
-}
+
+private:
+    /** Shares the blocks where the file system can. @return false where there is no such call */
+    bool copyInKernel(const util::FileDescriptor& from, Range& range) {
+        while (range.size > 0) {
+            auto offset = static_cast<off_t>(range.at);
+            const auto wanted = std::min<std::uint64_t>(range.size, flushBytes);
+            const ssize_t count = ::copy_file_range(from.get(), &offset, file_.get(), nullptr, wanted, 0);
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP))
+                return false;
+            if (count < 0) failWriting();
+            if (count == 0) return false; // some file systems have no other way to say it
+            range.at += static_cast<std::uint64_t>(count);
+            range.size -= static_cast<std::uint64_t>(count);
+            advance(count);
+        }
+        return true;
+    }
+
+    void advance(ssize_t count) noexcept {
+        written_ += count;
+        if (static_cast<std::size_t>(written_ - flushing_) < flushBytes) return;
+        ::sync_file_range(file_.get(), flushing_, written_ - flushing_, SYNC_FILE_RANGE_WRITE);
+        flushing_ = written_;
+    }
+
+    static constexpr std::size_t flushBytes = std::size_t{8} * 1024 * 1024;
+
+    const util::FileDescriptor& file_;
+    off_t written_ = 0;
+    off_t flushing_ = 0;
+};
 
 } // namespace
 
@@ -201,12 +226,17 @@ void SongFile::replace(std::uint64_t at, std::uint64_t length, std::string_view 
 }
 
 void SongFile::writeTo(const util::FileDescriptor& target) const {
+    Target to(target);
     for (const Piece& piece : pieces_) {
         if (piece.inFile())
-            copy(file_, {piece.at, piece.size}, target);
+            to.append(file_, {piece.at, piece.size});
         else
-            write(target, piece.bytes);
+            to.append(piece.bytes);
     }
+}
+
+void checkCount(std::size_t parts) {
+    if (parts > maxTagParts) throw util::Exception("The song file has too many tags.");
 }
 
 bool sameBytes(const SongFile& one, const std::vector<Range>& ofOne, const SongFile& other,

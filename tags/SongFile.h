@@ -16,6 +16,12 @@ namespace tags {
 /** What the tags of one file may take together: more is an attack, or an accident. */
 inline constexpr std::uint64_t maxTagBytes = std::uint64_t{64} * 1024 * 1024;
 
+/** How many parts (frames, fields, atoms ...) the tags of one file may have: more is an attack. */
+inline constexpr std::size_t maxTagParts = 100'000;
+
+/** @throws util::Exception for more than maxTagParts */
+void checkCount(std::size_t parts);
+
 struct Range {
     std::uint64_t at = 0;
     std::uint64_t size = 0;

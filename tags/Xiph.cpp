@@ -70,6 +70,7 @@ Comment parse(std::string_view bytes) {
     std::size_t at = 0;
     comment.vendor = textAt(in, at);
     const std::size_t count = in.littleEndian(at, 4);
+    checkCount(count);
     at += 4;
     for (std::size_t i = 0; i < count; ++i)
         comment.fields.push_back(textAt(in, at));

@@ -5,15 +5,12 @@
 #include "tags/Verification.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
-#include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/tags/Programs.h"
+#include "tests/unit/tags/SongTest.h"
 #include "tests/unit/tags/Songs.h"
 #include "util/Exception.h"
-#include "util/FileDescriptor.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cctype>
 #include <filesystem>
@@ -24,11 +21,10 @@ namespace {
 
 using std::filesystem::path;
 using tests::bytesOf;
-
-std::string jpegOf(int side, int seed) { return tests::jpeg(tests::picture(side, side, seed)); }
-std::string pngOf(int side, int seed) { return tests::png(tests::picture(side, side, seed)); }
-
-std::string coverOf(const path& song) { return tests::textOf(tags::readFrontCover(song).bytes()); }
+using tests::coverOf;
+using tests::jpegOf;
+using tests::pngOf;
+using tests::SongTest;
 
 /** Noise, which no encoder makes smaller. */
 std::string largePng() {
@@ -39,36 +35,6 @@ std::string largePng() {
             gdImageSetPixel(picture.get(), x, y, static_cast<int>(random() & 0xFFFFFFU));
     return tests::png(picture);
 }
-
-/** Songs in a folder of their own. */
-class SongTest : public testing::Test {
-protected:
-    [[nodiscard]] const path& folder() const { return folder_.path(); }
-
-    /** A copy of the song with that cover. */
-    path withCover(const path& song, const std::string& cover) const {
-        path copy = folder() / "copy";
-        copy += song.extension();
-        const util::FileDescriptor file(
-            ::open(copy.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
-        tags::writeFrontCover(song, bytesOf(cover), file);
-        return copy;
-    }
-
-    /** Writes the cover into a copy, proves that only the cover is new, and puts the copy in the song's
-     * place. */
-    void setCover(const path& song, const std::string& cover) const {
-        const path copy = withCover(song, cover);
-        tags::verify(song, copy, bytesOf(cover));
-        std::filesystem::rename(copy, song);
-        EXPECT_TRUE(coverOf(song) == cover);
-        EXPECT_TRUE(tags::alreadyHas(song, bytesOf(cover)));
-        EXPECT_TRUE(tests::firstPictureOf(song) == cover) << "another program sees something else";
-    }
-
-private:
-    tests::TemporaryFolder folder_;
-};
 
 /** One test for each kind of file. */
 class EverySong : public SongTest, public testing::WithParamInterface<std::string> {};
@@ -146,36 +112,6 @@ TEST_P(EverySong, IsNoProofWithAWrongByteThatMatters) {
     EXPECT_NO_THROW(tags::verify(song, copy, bytesOf(cover)));
     EXPECT_THROW(tags::verify(song, copy, bytesOf(jpegOf(8, 4))), util::Exception);
     EXPECT_THROW(tags::verify(song, song, bytesOf(cover)), util::Exception);
-}
-
-TEST_P(EverySong, IsReadOrRefusedWhenItIsDamaged) {
-    const path song = tests::makeSong(GetParam(), folder());
-    tests::addTags(song, GetParam(), {pngOf(8, 1), pngOf(8, 2)}, 4);
-    const std::string good = tests::fileBytes(song);
-    const path damaged = folder() / "damaged";
-    const std::string cover = jpegOf(8, 3);
-    std::mt19937 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same damage each time
-    const auto below = [&](std::size_t limit) {
-        return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
-    };
-    int refused = 0;
-    for (int round = 0; round < 300; ++round) {
-        std::string bad = good;
-        const std::size_t head = std::min<std::size_t>(bad.size(), 3000);
-        for (std::size_t left = 1 + below(3); left > 0; --left) {
-            const std::size_t at = below(4) == 0 ? bad.size() - 1 - below(head) : below(head);
-            bad[at] = static_cast<char>(below(256));
-        }
-        if (below(4) == 0) bad.resize(below(bad.size()) + 1);
-        tests::writeFile(damaged, bad);
-        try {
-            (void)tags::readFrontCover(damaged);
-            tags::verify(damaged, withCover(damaged, cover), bytesOf(cover));
-        } catch (const util::Exception&) {
-            ++refused;
-        }
-    }
-    EXPECT_GT(refused, 0) << "the damage does no harm";
 }
 
 INSTANTIATE_TEST_SUITE_P(Kind, EverySong, testing::ValuesIn(tests::songKinds()),

@@ -125,6 +125,26 @@ TEST(Id3v2, ReadsPlainSizesWhereSyncSafeOnesWereDue) {
     EXPECT_EQ(collected(tagOf(4, 0, frames)).others.size(), 2U);
 }
 
+/** Taken for a sync-safe number, the first size leads to a zero, which could be padding. */
+TEST(Id3v2, IsNotLedAstrayByAZeroInAFrame) {
+    const std::string frames =
+        frame3("PRIV", std::string(100, 'x') + std::string(200, '\0')) + frame3("TIT2", "\0t"s);
+    EXPECT_EQ(collected(tagOf(4, 0, frames + std::string(20, '\0'))).others.size(), 2U);
+}
+
+TEST(Id3v2, DropsNothingBehindAZero) {
+    const std::string title = frame3("TIT2", "\0t"s);
+    EXPECT_THROW((void)id3v2::parse(tagOf(3, 0, title + "\0\0"s + title)), util::Exception);
+    EXPECT_THROW((void)id3v2::parse(tagOf(4, 0x40, std::string(4, '\0') + title)), util::Exception);
+}
+
+TEST(Id3v2, RefusesMoreFramesThanAnybodyHas) {
+    std::string frames;
+    for (std::size_t i = 0; i <= tags::maxTagParts; ++i)
+        frames += "XYZ\0\0\0"s;
+    EXPECT_THROW((void)id3v2::parse(tagOf(2, 0, frames)), util::Exception);
+}
+
 TEST(Id3v2, DoesNotTakeAnAddressForAPicture) {
     const auto tags =
         collected(tagOf(3, 0, frame3("APIC", pictureContent(3, "http://example.com/a.jpg", "-->"))));
