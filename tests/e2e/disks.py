@@ -4,9 +4,9 @@
 import contextlib
 
 
-def small_disk(folder, mebibytes=3):
+def small_disk(folder, options="size=3m"):
     """Runs a command with a file system of its own on `folder`; it goes with the command."""
-    return ["unshare", "-rm", "sh", "-c", f'mount -t tmpfs -o size={mebibytes}m none {folder} && exec "$@"', "sh"]
+    return ["unshare", "-rm", "sh", "-c", f'mount -t tmpfs -o {options} none {folder} && exec "$@"', "sh"]
 
 
 def fill_up(path):
