@@ -104,7 +104,7 @@ void deleteCover(store::CoverStore& store, const Job& job) {
         finish(store, job, "The cover is kept, because it could not be written into every song file.");
         return;
     }
-    store.dropImage(job.entryId);
+    store.dropImage(job.entryId, job.imageHash); // not one that came in meanwhile
     finish(store, job, {});
 }
 

@@ -74,6 +74,7 @@ struct Job {
     std::string reason;        // why it failed, or why it was postponed
     int attempts = 0;          // how often it was postponed
     std::string temporaryFile; // which it may leave behind; empty unless it runs
+    std::string imageHash; // of the image that the entry had when the job was queued; empty where it had none
 };
 
 using Clock = std::chrono::system_clock; // postponed jobs outlive the process
@@ -194,8 +195,9 @@ public:
      * done since. */
     virtual bool tagJobFailedBefore(const Job& job) = 0;
 
-    /** Takes the entry's image away; it becomes an earlier one. No entry, or no image: nothing happens. */
-    virtual void dropImage(int entryId) = 0;
+    /** Takes the image with that hash away from the entry; it becomes an earlier one. Nothing happens where
+     * the entry has another one by now, or none. */
+    virtual void dropImage(int entryId, const std::string& hash) = 0;
 };
 
 } // namespace store

@@ -6,11 +6,14 @@ namespace {
 
 // Every statement that yields jobs lists the same columns in the same order, and readJob() reads them.
 #define JOB_COLUMNS                                                                                          \
-    "j.id, j.kind, j.entry, j.path, j.replace, j.state, j.reason, j.attempts, j.temporary_file "
+    "j.id, j.kind, j.entry, j.path, j.replace, j.state, j.reason, j.attempts, j.temporary_file, "            \
+    "j.image_hash "
 
 constexpr const char* insertRow =
-    "INSERT INTO jobs (kind, entry, path, replace, state, reason, attempts, due, temporary_file) "
-    "VALUES (?, ?, ?, ?, 'queued', '', 0, 0, x'')";
+    "INSERT INTO jobs (kind, entry, image_hash, path, replace, state, reason, attempts, due, temporary_file) "
+    "VALUES (?1, ?2, coalesce((SELECT i.hash FROM entries e JOIN images i ON i.id = e.image WHERE e.id = "
+    "?2), ''), "
+    "?3, ?4, 'queued', '', 0, 0, x'')";
 constexpr const char* selectOfEntry = "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.entry = ? ORDER BY j.id";
 constexpr const char* selectRunning = "SELECT " JOB_COLUMNS "FROM jobs j WHERE j.state = 'running'";
 // A delete job gives way to later tag jobs of its entry as well: they could not do without the cover.
@@ -59,7 +62,8 @@ Job readJob(const SQLite::Statement& row) {
             .state = jobState(row.getColumn(5).getString()),
             .reason = row.getColumn(6).getString(),
             .attempts = row.getColumn(7).getInt(),
-            .temporaryFile = row.getColumn(8).getString()};
+            .temporaryFile = row.getColumn(8).getString(),
+            .imageHash = row.getColumn(9).getString()};
 }
 
 std::vector<Job> readJobs(SQLite::Statement& statement) {

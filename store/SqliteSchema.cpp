@@ -75,6 +75,7 @@ CREATE TABLE jobs (
     id             INTEGER PRIMARY KEY AUTOINCREMENT,
     kind           TEXT    NOT NULL CHECK (kind IN ('tag', 'delete')),
     entry          INTEGER NOT NULL,
+    image_hash     TEXT    NOT NULL, -- the entry's image when the job was queued; empty: none
     path           BLOB    NOT NULL,
     replace        INTEGER NOT NULL,
     state          TEXT    NOT NULL CHECK (state IN ('queued', 'running', 'done', 'failed')),

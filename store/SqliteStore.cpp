@@ -234,8 +234,11 @@ bool SqliteStore::tagJobFailedBefore(const Job& job) {
                [&](SqliteConnection& connection) { return sqlite::tagJobFailedBefore(connection, job); });
 }
 
-void SqliteStore::dropImage(int entryId) {
-    write("drop a cover", [&](SqliteConnection& connection) { sqlite::dropEntryImage(connection, entryId); });
+void SqliteStore::dropImage(int entryId, const std::string& hash) {
+    write("drop a cover", [&](SqliteConnection& connection) {
+        const std::optional<ImageInfo> image = sqlite::cover(connection, entryId);
+        if (image && image->hash == hash) sqlite::dropEntryImage(connection, entryId);
+    });
 }
 
 } // namespace store

@@ -49,7 +49,7 @@ public:
     void postponeJob(int id, const std::string& reason, Clock::time_point due) override;
     void finishJob(int id, const std::string& failure) override;
     bool tagJobFailedBefore(const Job& job) override;
-    void dropImage(int entryId) override;
+    void dropImage(int entryId, const std::string& hash) override;
 
 private:
     /**

@@ -14,10 +14,11 @@ import big_store
 import memory
 import report
 import show
+import tagging
 import upload
 from server import BUILD
 
-BENCHMARKS = {"show": show, "upload": upload, "memory": memory, "store": big_store}
+BENCHMARKS = {"show": show, "upload": upload, "memory": memory, "store": big_store, "tagging": tagging}
 
 
 class Scale(NamedTuple):
@@ -29,10 +30,12 @@ class Scale(NamedTuple):
     shows: tuple
     entries: int
     starts: int
+    songs: int
+    song_seconds: int
 
 
-FULL = Scale(rounds=9, seconds=3, uploads=200, shows=(1_000, 10_000, 100_000), entries=1_000_000, starts=30)
-QUICK = Scale(rounds=3, seconds=1, uploads=60, shows=(300, 1_000, 3_000), entries=20_000, starts=8)
+FULL = Scale(rounds=9, seconds=3, uploads=200, shows=(1_000, 10_000, 100_000), entries=1_000_000, starts=30, songs=15, song_seconds=680)
+QUICK = Scale(rounds=3, seconds=1, uploads=60, shows=(300, 1_000, 3_000), entries=20_000, starts=8, songs=5, song_seconds=70)
 
 
 def main():
