@@ -3,6 +3,7 @@
 
 import contextlib
 import os
+import pathlib
 import random
 import signal
 import threading
@@ -15,7 +16,7 @@ from server import Server
 from songs import READERS
 
 LONG = bool(os.environ.get("SLEEVERY_LONG"))
-KILLS, STOPS = (300, 40) if LONG else (15, 4)
+KILLS, STOPS = (300, 40) if LONG else (15, 8)
 SOUND_BYTES = {"flac": 12_000_000, "wav": 12_000_000, "alac": 12_000_000, "oggflac": 6_000_000, "wavpack": 6_000_000,
                "mp3-v2.4": 12_000_000}
 COVERS = (fixture("baseline.jpg"), png((200, 100), seed=5))
@@ -151,25 +152,43 @@ def assert_all_is_done(work, expected):
     assert work.round == 0 or work.entry.is_gone()
 
 
+def is_running(pid):
+    with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+        return pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(") ", 1)[1][0] not in "XZ"
+    return False
+
+
+def wait_for_the_end_of(pids):
+    """A process that is about to end may still take a request, which then has no answer."""
+    wait_until(lambda: not any(map(is_running, pids)), lambda: pids)
+
+
+def kill(pids):
+    for pid in pids:
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(pid, signal.SIGKILL)
+    wait_for_the_end_of(pids)
+
+
 @pytest.mark.parametrize("processes", [1, 2])
 def test_songs_are_whole_whenever_a_responder_is_killed(big_songs, expected, processes):
     with Server(processes=processes) as server:
 
-        def kill(work, chance):
-            for pid in chance.sample(server.wait_for_responders(), chance.randint(1, processes)):
-                with contextlib.suppress(ProcessLookupError):
-                    os.kill(pid, signal.SIGKILL)
+        def kill_some(work, chance):
+            kill(chance.sample(server.wait_for_responders(), chance.randint(1, processes)))
             return bool(temporary_files(work.music))
 
-        assert disturb(server, big_songs, expected, KILLS, kill) > 0
+        assert disturb(server, big_songs, expected, KILLS, kill_some) > 0
 
 
 def test_songs_are_whole_whenever_the_server_is_stopped(big_songs, expected):
     with Server(processes=2) as server:
 
         def stop(work, _):
+            pids = server.wait_for_responders()
             busy = bool(temporary_files(work.music))
             server.stop()
+            wait_for_the_end_of(pids)
             assert temporary_files(work.music) == []
             server.start()
             return busy
@@ -182,8 +201,7 @@ def test_the_work_goes_on_after_a_kill_without_a_request(big_songs, expected):
         work = Work(server, big_songs)
         pids = server.wait_for_responders()
         work.start_round()
-        for pid in pids:
-            os.kill(pid, signal.SIGKILL)
+        kill(pids)
         wait_until(lambda: work.contents() == expected.after(1) and not temporary_files(work.music), work.entry.jobs)
         work.entry.settled()
         assert_all_is_done(work, expected)
