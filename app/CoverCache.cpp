@@ -183,7 +183,12 @@ std::string CoverCache::Query(std::string artist, std::string album, std::string
 
 std::string CoverCache::ShowEmpty() { return app::showEmptyDocument(impl_->store().emptyEntries()); }
 
-std::string CoverCache::ReadParameters() { return app::parametersDocument(impl_->store().parameters()); }
+std::string CoverCache::ReadParameters() {
+    // Many are set by one request, and this is what its answer is made of; a flush for each would take
+    // seconds.
+    impl_->store().flush();
+    return app::parametersDocument(impl_->store().parameters());
+}
 
 void CoverCache::StoreParameter(std::string name, std::string value) {
     refuseOverlong("name of the parameter", name.size(), maxParameterNameBytes);

@@ -53,7 +53,7 @@ public:
     /** A document with the entries that have no image. */
     std::string ShowEmpty();
 
-    /** A document with the stored parameters. */
+    /** A document with the stored parameters; what was set and deleted before it is on disk by then. */
     std::string ReadParameters();
 
     void StoreParameter(std::string name, std::string value);

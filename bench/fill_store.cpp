@@ -18,27 +18,37 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
-/** Made-up names, the same ones in every run. As in a real library, few words are frequent and many are rare.
+/**
+ * Made-up names, the same ones in every run. Words are as frequent as in real names: the n-th most frequent
+ * one comes up in proportion to 1/n, and the frequent ones are short. The last word of an artist's name is
+ * any one, and few artists have many albums.
  */
 class Names {
 public:
+    Names() {
+        for (int i = 0; i < artists; ++i)
+            artists_.push_back(words(below(3)) + word(1 + below(vocabulary)));
+    }
+
     store::Record nextRecord() {
         store::Record record;
-        record.artist = artist(below(artists));
-        record.album = words(1 + below(4));
-        record.title = words(1 + below(4));
+        record.artist = artists_[static_cast<std::size_t>(std::pow(fraction(), 2) * artists)];
+        record.album = words(below(4)) + commonWord();
+        record.title = words(below(5)) + commonWord();
         return record;
     }
 
 private:
-    static constexpr unsigned vocabulary = 60'000;
-    static constexpr unsigned artists = 150'000;
+    static constexpr int vocabulary = 200'000;
+    static constexpr int artists = 100'000;
 
     // The distributions of the standard library differ from one implementation to the next.
     unsigned below(unsigned bound) { return static_cast<unsigned>(random_() % bound); }
+    double fraction() { return static_cast<double>(below(1U << 30U)) / (1U << 30U); }
 
     static std::string word(unsigned number) {
         static constexpr std::array<std::string_view, 40> syllables = {
@@ -46,26 +56,23 @@ private:
             "lum", "na",  "or",  "pas", "qui", "ris", "sol", "tha", "um",  "vor", "wen", "xa",  "ya", "zor",
             "ech", "bri", "cal", "dro", "el",  "fa",  "gim", "he",  "is",  "jun", "lan", "mo"};
         std::string text;
-        for (unsigned rest = number + 1; rest > 0; rest /= static_cast<unsigned>(syllables.size()))
+        for (unsigned rest = number; rest > 0; rest /= static_cast<unsigned>(syllables.size()))
             text += syllables[rest % syllables.size()];
         return text;
     }
 
+    std::string commonWord() { return word(static_cast<unsigned>(std::pow(vocabulary, fraction()))); }
+
+    /** Each with a blank behind it. */
     std::string words(unsigned count) {
         std::string text;
-        for (unsigned i = 0; i < count; ++i) {
-            const double rank = std::pow(static_cast<double>(below(1'000'000)) / 1e6, 3);
-            if (i > 0) text += ' ';
-            text += word(static_cast<unsigned>(rank * vocabulary));
-        }
+        for (unsigned i = 0; i < count; ++i)
+            text += commonWord() + ' ';
         return text;
     }
 
-    static std::string artist(unsigned number) {
-        return word(number % 997) + ' ' + word(vocabulary + number);
-    }
-
     std::mt19937_64 random_{1}; // NOLINT(cert-msc32-c,cert-msc51-cpp): the same names in every run
+    std::vector<std::string> artists_;
 };
 
 std::string contentOf(const char* path) {

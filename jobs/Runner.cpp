@@ -30,7 +30,7 @@ using store::Job;
 
 constexpr int maxAttempts = 5;
 constexpr milliseconds lockPause{500};       // until the runner that works is looked at again
-constexpr milliseconds failurePause{5000};   // when the store itself fails
+constexpr milliseconds failurePause{5000};   // when the store itself fails; doubled each time
 constexpr milliseconds longestPause{60'000}; // clocks are put right now and then
 
 /** While it lives, new threads are made with all signals blocked. */
@@ -53,8 +53,9 @@ private:
 util::FileDescriptor tryLock(const fs::path& file) {
     util::FileDescriptor lock(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!lock) throw util::Exception("The lock file of the job queue can't be opened.");
-    if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return util::FileDescriptor();
-    return lock;
+    if (::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return lock;
+    if (errno == EWOULDBLOCK) return util::FileDescriptor();
+    throw util::Exception("The lock file of the job queue can't be locked.");
 }
 
 /** Beside the song file, under a name that nobody else has. */
@@ -114,7 +115,17 @@ void postpone(store::CoverStore& store, const Job& job, const std::string& reaso
         finish(store, job, reason);
         return;
     }
-    store.postponeJob(job.id, reason, store::Clock::now() + pause * (1 << job.attempts));
+    const std::chrono::seconds longer = pause * (1 << job.attempts);
+    store.postponeJob(job.id, reason,
+                      store::Clock::now() +
+                          std::min<std::chrono::seconds>(longer, store::CoverStore::maxPostponement));
+}
+
+/** Who ignores its children never learns what came of them, and a process may be started like that. */
+void heedChildren() {
+    struct sigaction action = {};
+    if (::sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+        (void)std::signal(SIGCHLD, SIG_DFL);
 }
 
 } // namespace
@@ -122,6 +133,7 @@ void postpone(store::CoverStore& store, const Job& job, const std::string& reaso
 Runner::Runner(RunnerSetup setup)
     : setup_(std::move(setup)), wakeEvent_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!wakeEvent_) throw std::system_error(errno, std::generic_category());
+    heedChildren();
     const SignalsBlocked blocked; // a signal to stop is to interrupt the thread that serves requests
     thread_ = std::thread([this] { run(); });
 }
@@ -135,12 +147,16 @@ Runner::~Runner() {
 void Runner::wake() noexcept { ::eventfd_write(wakeEvent_.get(), 1); }
 
 void Runner::run() noexcept {
+    milliseconds nextFailurePause = failurePause;
     while (!stopping_) {
-        Pause pause = failurePause;
+        Pause pause;
         try {
             pause = workOff();
+            nextFailurePause = failurePause;
         } catch (const std::exception& e) {
             util::logLine(fmt::format("the job queue has to wait: {}", e.what()));
+            pause = nextFailurePause;
+            nextFailurePause = std::min(2 * nextFailurePause, longestPause);
         }
         wait(pause);
     }
@@ -178,15 +194,20 @@ void Runner::carryOutAll(store::CoverStore& store, const util::FileDescriptor& l
     while (!stopping_) {
         const std::optional<Job> job = store.nextJob(store::Clock::now());
         if (!job) return;
-        if (job->kind == store::JobKind::Delete)
-            deleteCover(store, *job);
-        else
-            tag(store, *job, lock);
+        const Settings settings = setup_.settings(store);
+        try {
+            if (job->kind == store::JobKind::Delete)
+                deleteCover(store, *job);
+            else
+                tag(store, *job, settings, lock);
+        } catch (const util::Exception& e) { // such as a cover that can't be read: the others need not wait
+            postpone(store, *job, e.what(), settings.retryPause);
+        }
     }
 }
 
-void Runner::tag(store::CoverStore& store, const Job& job, const util::FileDescriptor& lock) {
-    const Settings settings = setup_.settings(store);
+void Runner::tag(store::CoverStore& store, const Job& job, const Settings& settings,
+                 const util::FileDescriptor& lock) {
     fs::path song;
     try {
         song = tags::songIn(settings.musicFolder, job.path);

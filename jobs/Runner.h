@@ -31,8 +31,8 @@ struct RunnerSetup {
 
 /**
  * Carries out the jobs of a store, one after another, in a thread of its own. Of all runners that share a
- * store one works at a time; the others see to it that the work goes on when that one's process dies. The
- * store is open only while there is something to do.
+ * store one works at a time. Those that are woken or made meanwhile wait for it, and when its process dies
+ * one of them goes on. The store is open only while there is something to do.
  */
 class Runner {
 public:
@@ -55,7 +55,8 @@ private:
     void takeEvent() const noexcept;
     Pause workOff();
     void carryOutAll(store::CoverStore& store, const util::FileDescriptor& lock);
-    void tag(store::CoverStore& store, const store::Job& job, const util::FileDescriptor& lock);
+    void tag(store::CoverStore& store, const store::Job& job, const Settings& settings,
+             const util::FileDescriptor& lock);
     std::optional<TaggerProcess::Result> runTagger(const TaggerProcess::Order& order,
                                                    const util::FileDescriptor& lock);
 

@@ -39,6 +39,8 @@ public:
     Original(const SongFolder& folder, const fs::path& name)
         : folder_(folder), name_(name),
           file_(::openat(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {
+        if (!file_ && errno == EWOULDBLOCK) // a file server has lent it out
+            throw TryAgainLater("Another program has the song file for itself.");
         if (!file_ || ::fstat(file_.get(), &found_) != 0)
             throw util::Exception(
                 fmt::format("The song file can't be opened: {}.", std::generic_category().message(errno)));
@@ -50,6 +52,10 @@ public:
     }
 
     [[nodiscard]] int get() const noexcept { return file_.get(); }
+
+    /** Of this very file, whatever its name has come to stand for. */
+    [[nodiscard]] fs::path path() const { return fmt::format("/proc/self/fd/{}", file_.get()); }
+
     [[nodiscard]] std::uint64_t size() const noexcept { return static_cast<std::uint64_t>(found_.st_size); }
 
     /** @throws TryAgainLater unless the name still stands for the file as it was */
@@ -117,7 +123,8 @@ void needSpace(const SongFolder& folder, std::uint64_t songBytes, std::uint64_t 
     struct statvfs disk = {};
     if (::fstatvfs(folder.get(), &disk) != 0) fail("copy of the song file", errno);
     const std::uint64_t needed = 2 * songBytes + pictureBytes + mebibyte;
-    if (disk.f_bavail * disk.f_frsize < needed)
+    const bool known = disk.f_blocks != 0; // what has no bounds of its own says nothing but zeros
+    if (known && disk.f_bavail * disk.f_frsize < needed)
         throw TryAgainLater(
             fmt::format("There is not enough space on the disk of the song file: {} MiB are needed.",
                         needed / mebibyte + 1));
@@ -137,13 +144,19 @@ void fill(const TemporaryFile& copy, const fs::path& song, std::span<const std::
 void writeCover(const SongUpdate& update) {
     const SongFolder folder(update.song.parent_path());
     const fs::path name = update.song.filename();
-    const fs::path song = folder.file(name);
     const Original original(folder, name);
+    const fs::path song = original.path();
     const Lease lease(original.get());
-    if (!update.replace && !tags::readFrontCover(song).empty()) return;
+    if (!update.replace && !tags::readFrontCover(song).empty()) {
+        folder.flush(); // a run that was killed may have put it there just before
+        return;
+    }
     const util::Buffer picture = tags::fittingPicture(
         update.picture, {.maxSidePixels = update.maxSidePixels, .maxBytes = tags::maxPictureBytes(song)});
-    if (tags::alreadyHas(song, picture.bytes())) return;
+    if (tags::alreadyHas(song, picture.bytes())) {
+        folder.flush();
+        return;
+    }
     needSpace(folder, original.size(), picture.size());
 
     TemporaryFile copy(folder, update.temporaryFile.filename());

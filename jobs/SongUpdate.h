@@ -28,7 +28,8 @@ struct SongUpdate {
  * Makes the picture, or a smaller one that fits, the front cover of the song file. At every moment, a killed
  * process included, there is the whole old file or the whole new one, on disk; only the temporary file may be
  * left behind by a kill. A file that has the picture already is not touched.
- * @throws TryAgainLater, util::Exception; the song file is as it was, then
+ * @throws TryAgainLater, util::Exception; the song file is as it was, then, unless all that failed was to
+ * flush the folder
  */
 void writeCover(const SongUpdate& update);
 

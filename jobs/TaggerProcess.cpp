@@ -66,6 +66,13 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
+/** Memory is short, or a person or the system ends it; any other signal is its own doing, and would be again.
+ */
+bool isFromOutside(int signal) {
+    return signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == SIGHUP ||
+           signal == SIGQUIT;
+}
+
 /** A copy of the descriptor that is none of those that the process is to have. */
 util::FileDescriptor outOfTheWay(int descriptor) {
     util::FileDescriptor copy(::fcntl(descriptor, F_DUPFD_CLOEXEC, tagger::lockDescriptor + 1));
@@ -133,7 +140,10 @@ bool TaggerProcess::wait(int event) {
     std::array<pollfd, 2> descriptors{{{.fd = output_.get(), .events = POLLIN, .revents = 0},
                                        {.fd = event, .events = POLLIN, .revents = 0}}};
     while (true) {
-        if (::poll(descriptors.data(), descriptors.size(), -1) < 0 && errno != EINTR) fail(errno);
+        if (::poll(descriptors.data(), descriptors.size(), -1) < 0) {
+            if (errno != EINTR) fail(errno);
+            continue;
+        }
         if (descriptors[0].revents != 0 && !read()) return true;
         if (descriptors[1].revents != 0) return false;
     }
@@ -146,9 +156,7 @@ TaggerProcess::Result TaggerProcess::result() {
     }
     process_ = -1;
     if (WIFSIGNALED(status)) {
-        // From outside, where memory is short; any other signal is its own doing, and would be again.
-        const bool killed = WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGTERM;
-        return {killed ? Result::Kind::Later : Result::Kind::Failed,
+        return {isFromOutside(WTERMSIG(status)) ? Result::Kind::Later : Result::Kind::Failed,
                 fmt::format("The program that writes tags could not cope with the song file (signal {}).",
                             WTERMSIG(status))};
     }

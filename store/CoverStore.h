@@ -95,9 +95,11 @@ enum class IfPresent { Replace, Keep };
 
 /**
  * Where entries, images, parameters and jobs live. Many processes may share one store; an object is for one
- * thread. Every operation is a transaction of its own: it is done as a whole or not at all, and what it
- * reports as kept is on disk (but for registerEntry(), whose new entry a power cut may take). Each throws
- * util::Exception when the store fails, and can be called again after that.
+ * thread. Every operation is a transaction of its own: it is done as a whole or not at all, from then on all
+ * processes see it, and it outlives this one. What it reports as kept is on disk, but for what
+ * registerEntry(), setParameter(), deleteParameter() and queueTagJob() do: until flush(), or the next
+ * operation that is flushed, a power cut may take that back. Each throws util::Exception when the store
+ * fails, and can be called again after that.
  */
 class CoverStore {
 public:
@@ -115,8 +117,7 @@ public:
     /** The entry that stands for the same album, or the same song where `record` has no album. */
     virtual std::optional<Entry> findEntry(const Record& record) = 0;
 
-    /** findEntry(), or a new entry without an image, which may not be on disk yet. `record` must have a match
-     * key (store/MatchKey.h). */
+    /** findEntry(), or a new entry without an image. `record` must have a match key (store/MatchKey.h). */
     virtual Entry registerEntry(const Record& record) = 0;
 
     /**
@@ -154,6 +155,10 @@ public:
     virtual void setParameter(const Parameter& parameter) = 0;
     virtual void deleteParameter(std::string_view name) = 0;
 
+    /** Brings everything to disk that was done through this object, in one go. After a failure it is still to
+     * be done. */
+    virtual void flush() = 0;
+
     /** Queue a job for an entry id and a path that nobody has checked. @return its id, greater than 0 */
     virtual int queueTagJob(int entryId, std::string_view path, bool replace) = 0;
     virtual int queueDeleteJob(int entryId) = 0;
@@ -166,9 +171,13 @@ public:
 
     // For whoever carries the jobs out. Only one does at a time, which is not the store's business.
 
+    /** For how long a job may be postponed. */
+    static constexpr std::chrono::hours maxPostponement{24};
+
     /**
-     * The oldest job that is queued and due, if any. A delete job has its turn when no tag job of its entry
-     * is left to be done.
+     * The oldest job that is queued and due, if any: one that is due in more than maxPostponement as well,
+     * as the clock was put back, then. A delete job has its turn when no tag job of its entry is left to be
+     * done.
      */
     virtual std::optional<Job> nextJob(Clock::time_point now) = 0;
 
@@ -185,7 +194,7 @@ public:
     /** Back to the queue, as if it had never been started. */
     virtual void putBackJob(int id) = 0;
 
-    /** Back to the queue after it failed for a reason that passes. */
+    /** Back to the queue after it failed for a reason that passes; `due` is maxPostponement ahead at most. */
     virtual void postponeJob(int id, const std::string& reason, Clock::time_point due) = 0;
 
     /** @param failure why it failed; empty when it is done */

@@ -115,6 +115,15 @@ void SqliteConnection::disown() noexcept {
     sqlite3_db_config(database_.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
+void SqliteConnection::flush() {
+    // What is no longer in the log was flushed when it moved into the database.
+    sqlite3_file* log = nullptr;
+    sqlite3_file_control(database_.getHandle(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    if (log == nullptr || log->pMethods == nullptr) return; // this connection has not used it yet
+    if (const int code = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL); code != SQLITE_OK)
+        throw SQLite::Exception("the log can't be flushed", code);
+}
+
 void SqliteConnection::releaseMemory() noexcept { sqlite3_db_release_memory(database_.getHandle()); }
 
 StatementUse SqliteConnection::use(const char* sql) {

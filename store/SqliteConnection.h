@@ -29,9 +29,9 @@ private:
 class SqliteConnection;
 
 /**
- * While it lives, commits are not flushed by themselves: for what may be lost in a power cut. The next
- * flushed commit takes them along, and the database stays whole in any case. Made and destroyed outside of
- * transactions.
+ * While it lives, commits are not flushed by themselves: until SqliteConnection::flush() or the next flushed
+ * commit, which takes them along, they may be lost in a power cut - but not when the process dies. The
+ * database stays whole in any case. Made and destroyed outside of transactions.
  */
 class UnflushedCommits {
 public:
@@ -56,6 +56,9 @@ public:
 
     /** Leaves the files of that name alone when the connection is closed. */
     void disown() noexcept;
+
+    /** Brings to disk whatever has been committed, by any process. @throws SQLite::Exception */
+    void flush();
 
     /** Gives back what is cached: worth it after a transaction that went through megabytes. */
     void releaseMemory() noexcept;

@@ -2,13 +2,7 @@
 #include "store/SqliteEntries.h"
 
 #include "store/MatchKey.h"
-#include "text/Fold.h"
-#include "text/StopWords.h"
-#include "util/Exception.h"
-
-#include <fmt/format.h>
-
-#include <cstring>
+#include "store/SearchWords.h"
 
 namespace store::sqlite {
 namespace {
@@ -31,7 +25,12 @@ constexpr const char* selectEmpty =
     "SELECT " ENTRY_COLUMNS ENTRY_TABLES "WHERE e.image IS NULL ORDER BY e.id DESC";
 constexpr const char* selectNewest = "SELECT " ENTRY_COLUMNS ENTRY_TABLES "ORDER BY e.id DESC LIMIT ?";
 constexpr const char* countAll = "SELECT count(*) FROM entries";
-constexpr const char* selectMatching =
+// Backwards through the index costs twice what forwards does, so that is only for where most of it is cut
+// off.
+constexpr const char* selectFewMatching =
+    "SELECT " ENTRY_COLUMNS ENTRY_TABLES
+    "WHERE e.id IN (SELECT rowid FROM entry_words WHERE entry_words MATCH ? LIMIT ?) ORDER BY e.id DESC";
+constexpr const char* selectNewestMatching =
     "SELECT " ENTRY_COLUMNS ENTRY_TABLES
     "WHERE e.id IN (SELECT rowid FROM entry_words WHERE entry_words MATCH ? "
     "ORDER BY rowid DESC LIMIT ?) ORDER BY e.id DESC";
@@ -40,8 +39,7 @@ constexpr const char* countMatching = "SELECT count(*) FROM entry_words WHERE en
 constexpr const char* insertEntryRow = "INSERT INTO entries (artist, title, album, genre, song_filename, "
                                        "uid, image_url, sampler, album_key, title_key) "
                                        "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
-constexpr const char* insertWords =
-    "INSERT INTO entry_words (rowid, artist, album, title) VALUES (?, ?, ?, ?)";
+constexpr const char* insertWords = "INSERT INTO entry_words (rowid, words) VALUES (?, ?)";
 constexpr const char* updateEntry = "UPDATE entries SET artist = ?, title = ?, album = ?, genre = ?, "
                                     "song_filename = ?, uid = ?, image_url = ?, sampler = ?, "
                                     "album_key = ?, title_key = ? WHERE id = ?";
@@ -150,9 +148,7 @@ void execute(SqliteConnection& connection, const char* sql, std::int64_t first, 
 void indexWords(SqliteConnection& connection, std::int64_t id, const Record& record) {
     StatementUse statement = connection.use(insertWords);
     statement->bind(1, id);
-    statement->bind(2, text::folded(record.artist));
-    statement->bind(3, text::folded(record.album));
-    statement->bind(4, text::folded(record.title));
+    statement->bind(2, searchWords(record));
     statement->exec();
 }
 
@@ -161,32 +157,6 @@ std::optional<Entry> selectOne(SqliteConnection& connection, const char* sql, co
     statement->bind(1, key);
     if (!statement->executeStep()) return std::nullopt;
     return readEntry(*statement);
-}
-
-std::string quoted(const std::string& word) {
-    std::string result = "\"";
-    for (const char c : word)
-        result += c == '"' ? "\"\"" : std::string(1, c);
-    return result + '"';
-}
-
-// {field} : ("first" "second" "third" *)
-void appendCondition(std::string& expression, std::string_view field, const std::string& value) {
-    const std::vector<std::string> words = text::words(text::folded(text::withoutStopWords(value)));
-    if (words.empty()) return;
-    if (!expression.empty()) expression += " AND ";
-    expression += fmt::format("{} : (", field);
-    for (const std::string& word : words)
-        expression += quoted(word) + ' ';
-    expression += "*)";
-}
-
-std::string matchExpression(const Search& search) {
-    std::string expression;
-    appendCondition(expression, "artist", search.artist);
-    appendCondition(expression, "album", search.album);
-    appendCondition(expression, "title", search.title);
-    return expression;
 }
 
 bool lacks(const std::string& there, const std::string& given) { return there.empty() && !given.empty(); }
@@ -205,6 +175,14 @@ void dropEarlierImages(SqliteConnection& connection, std::int64_t entryId, int k
         execute(connection, deleteEarlier, row);
         execute(connection, deleteUnusedImage, image);
     }
+}
+
+std::vector<Entry> matching(SqliteConnection& connection, const char* sql, const std::string& expression,
+                            std::int64_t limit) {
+    StatementUse statement = connection.use(sql);
+    statement->bind(1, expression);
+    statement->bind(2, limit);
+    return readEntries(*statement);
 }
 
 std::int64_t count(SQLite::Statement& statement) {
@@ -336,12 +314,12 @@ SearchResult search(SqliteConnection& connection, const Search& search, int limi
         StatementUse total = connection.use(countAll);
         return {readEntries(*entries), count(*total)};
     }
-    StatementUse entries = connection.use(selectMatching);
-    entries->bind(1, expression);
-    entries->bind(2, limit);
+    std::vector<Entry> all = matching(connection, selectFewMatching, expression, std::int64_t{limit} + 1);
+    if (const auto found = static_cast<std::int64_t>(all.size()); found <= limit)
+        return {std::move(all), found};
     StatementUse total = connection.use(countMatching);
     total->bind(1, expression);
-    return {readEntries(*entries), count(*total)};
+    return {matching(connection, selectNewestMatching, expression, limit), count(*total)};
 }
 
 } // namespace store::sqlite

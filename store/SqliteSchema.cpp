@@ -48,8 +48,7 @@ CREATE TABLE entries (
 CREATE UNIQUE INDEX entries_by_album ON entries (album_key) WHERE album_key IS NOT NULL;
 CREATE UNIQUE INDEX entries_by_song ON entries (title_key) WHERE album_key IS NULL;
 CREATE INDEX entries_by_title ON entries (title_key) WHERE title_key IS NOT NULL;
-CREATE INDEX entries_by_image ON entries (image) WHERE image IS NOT NULL;
-CREATE INDEX entries_without_image ON entries (id) WHERE image IS NULL;
+CREATE INDEX entries_by_image ON entries (image); -- of all of them: it also serves to count them
 
 CREATE TABLE earlier_images (
     id    INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -59,12 +58,16 @@ CREATE TABLE earlier_images (
 );
 CREATE INDEX earlier_images_by_image ON earlier_images (image);
 
--- Folded words, one blank between them, so that the tokenizer only has to split at blanks: names such as "+/-" are words, too.
+-- Folded words with a letter for their field, one blank between them, so that the tokenizer only has to split at blanks: names
+-- such as "+/-" are words, too. Only which words an entry has is kept, not where: that makes the lists short, and they are
+-- walked through. Beginnings of up to three letters have lists of their own.
 CREATE VIRTUAL TABLE entry_words USING fts5 (
-    artist, album, title,
-    detail = column, prefix = '2 3',
+    words,
+    detail = none, columnsize = 0, prefix = '2 3 4',
     tokenize = "ascii tokenchars '!""#$%&()*+,-./:;<=>?@[\]^_`{|}~'''"
 );
+-- A search jumps from page to page, and has to read from the beginning of each to where it wants to be.
+INSERT INTO entry_words (entry_words, rank) VALUES ('pgsz', 1000);
 
 CREATE TABLE parameters (
     name  TEXT PRIMARY KEY,

@@ -55,6 +55,17 @@ void SqliteStore::write(std::string_view doing, Operation operation) {
     });
 }
 
+template <typename Operation>
+void SqliteStore::writeUnflushed(std::string_view doing, Operation operation) {
+    run(doing, [&](SqliteConnection& connection) {
+        const UnflushedCommits unflushed(connection);
+        unflushed_ = true;
+        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
+        operation(connection);
+        transaction.commit();
+    });
+}
+
 SqliteStore::SqliteStore(const std::filesystem::path& folder)
     : file_(folder / "covers.db"), renditions_(folder / "renditions") {
     run("open " + file_.string(), [](SqliteConnection&) {});
@@ -68,19 +79,16 @@ std::optional<Entry> SqliteStore::findEntry(const Record& record) {
 }
 
 Entry SqliteStore::registerEntry(const Record& record) {
-    return run("register an entry", [&](SqliteConnection& connection) {
-        // The upload that this comes before is flushed, and that once is enough.
-        const UnflushedCommits unflushed(connection);
-        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        std::optional<Entry> found = sqlite::findEntry(connection, record);
-        if (!found) {
-            found = Entry{checkedId(sqlite::insertEntry(connection, record)), record, std::nullopt};
-            // Counting them walks over all of them, which is too much for each new song.
-            if (found->id % 100 == 0) sqlite::dropOldestEmptyEntries(connection, maxEmptyEntries);
-        }
-        transaction.commit();
-        return *std::move(found);
+    std::optional<Entry> found;
+    // The upload that this comes before is flushed, and that once is enough.
+    writeUnflushed("register an entry", [&](SqliteConnection& connection) {
+        found = sqlite::findEntry(connection, record);
+        if (found) return;
+        found = Entry{checkedId(sqlite::insertEntry(connection, record)), record, std::nullopt};
+        // Counting them walks over all of them, which is too much for each new song.
+        if (found->id % 100 == 0) sqlite::dropOldestEmptyEntries(connection, maxEmptyEntries);
     });
+    return *std::move(found);
 }
 
 int SqliteStore::storeImage(const Record& record, const NewImage& image, IfPresent ifPresent) {
@@ -152,43 +160,44 @@ std::optional<std::string> SqliteStore::parameter(std::string_view name) {
 }
 
 void SqliteStore::setParameter(const Parameter& parameter) {
-    run("set a parameter", [&](SqliteConnection& connection) {
-        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        {
-            StatementUse statement = connection.use(upsertParameter);
-            statement->bind(1, parameter.name);
-            statement->bind(2, parameter.value);
-            statement->exec();
-        }
-        transaction.commit();
+    writeUnflushed("set a parameter", [&](SqliteConnection& connection) {
+        StatementUse statement = connection.use(upsertParameter);
+        statement->bind(1, parameter.name);
+        statement->bind(2, parameter.value);
+        statement->exec();
     });
 }
 
 void SqliteStore::deleteParameter(std::string_view name) {
-    run("delete a parameter", [&](SqliteConnection& connection) {
-        SQLite::Transaction transaction(connection.database(), SQLite::TransactionBehavior::IMMEDIATE);
-        {
-            StatementUse statement = connection.use(removeParameter);
-            statement->bind(1, std::string(name));
-            statement->exec();
-        }
-        transaction.commit();
+    writeUnflushed("delete a parameter", [&](SqliteConnection& connection) {
+        StatementUse statement = connection.use(removeParameter);
+        statement->bind(1, std::string(name));
+        statement->exec();
     });
 }
 
-int SqliteStore::queueJob(JobKind kind, int entryId, std::string_view path, bool replace) {
+void SqliteStore::flush() {
+    if (!unflushed_) return;
+    run("flush", [](SqliteConnection& connection) { connection.flush(); });
+    unflushed_ = false;
+}
+
+int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
     int id = 0;
-    write("queue a job", [&](SqliteConnection& connection) {
-        id = checkedId(sqlite::insertJob(connection, kind, entryId, path, replace));
+    // There may be thousands in one request, and a delete job comes behind them.
+    writeUnflushed("queue a job", [&](SqliteConnection& connection) {
+        id = checkedId(sqlite::insertJob(connection, JobKind::WriteTag, entryId, path, replace));
     });
     return id;
 }
 
-int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
-    return queueJob(JobKind::WriteTag, entryId, path, replace);
+int SqliteStore::queueDeleteJob(int entryId) {
+    int id = 0;
+    write("queue a job", [&](SqliteConnection& connection) {
+        id = checkedId(sqlite::insertJob(connection, JobKind::Delete, entryId, "", false));
+    });
+    return id;
 }
-
-int SqliteStore::queueDeleteJob(int entryId) { return queueJob(JobKind::Delete, entryId, "", false); }
 
 std::vector<Job> SqliteStore::jobs(int entryId) {
     return run("list jobs",

@@ -38,6 +38,7 @@ public:
     std::optional<std::string> parameter(std::string_view name) override;
     void setParameter(const Parameter& parameter) override;
     void deleteParameter(std::string_view name) override;
+    void flush() override;
     int queueTagJob(int entryId, std::string_view path, bool replace) override;
     int queueDeleteJob(int entryId) override;
     std::vector<Job> jobs(int entryId) override;
@@ -65,11 +66,14 @@ private:
     template <typename Operation>
     void write(std::string_view doing, Operation operation);
 
-    int queueJob(JobKind kind, int entryId, std::string_view path, bool replace);
+    /** write() with a commit that flush() brings to disk. */
+    template <typename Operation>
+    void writeUnflushed(std::string_view doing, Operation operation);
 
     std::filesystem::path file_;
     Renditions renditions_;
     std::unique_ptr<SqliteConnection> connection_;
+    bool unflushed_ = false; // something was committed that may not be on disk yet
 };
 
 } // namespace store

@@ -12,13 +12,23 @@ from typing import NamedTuple
 
 import big_store
 import memory
+import parameters
+import query
 import report
 import show
 import tagging
 import upload
 from server import BUILD
 
-BENCHMARKS = {"show": show, "upload": upload, "memory": memory, "store": big_store, "tagging": tagging}
+BENCHMARKS = {
+    "show": show,
+    "upload": upload,
+    "memory": memory,
+    "store": big_store,
+    "query": query,
+    "parameters": parameters,
+    "tagging": tagging,
+}
 
 
 class Scale(NamedTuple):
@@ -30,12 +40,33 @@ class Scale(NamedTuple):
     shows: tuple
     entries: int
     starts: int
+    queries: int
     songs: int
     song_seconds: int
 
 
-FULL = Scale(rounds=9, seconds=3, uploads=200, shows=(1_000, 10_000, 100_000), entries=1_000_000, starts=30, songs=15, song_seconds=680)
-QUICK = Scale(rounds=3, seconds=1, uploads=60, shows=(300, 1_000, 3_000), entries=20_000, starts=8, songs=5, song_seconds=70)
+FULL = Scale(
+    rounds=9,
+    seconds=3,
+    uploads=200,
+    shows=(1_000, 10_000, 100_000),
+    entries=1_000_000,
+    starts=30,
+    queries=200,
+    songs=15,
+    song_seconds=680,
+)
+QUICK = Scale(
+    rounds=3,
+    seconds=1,
+    uploads=60,
+    shows=(300, 1_000, 3_000),
+    entries=20_000,
+    starts=8,
+    queries=40,
+    songs=5,
+    song_seconds=70,
+)
 
 
 def main():

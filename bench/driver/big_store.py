@@ -1,34 +1,26 @@
 # SPDX-License-Identifier: MIT
 """How a store with very many entries compares with an almost empty one."""
 
-import hashlib
-import io
 import shutil
 import statistics
-import subprocess
-import tempfile
-from pathlib import Path
-
-from PIL import Image
 
 import covers
+import filled
 import load
 from report import Row
-from server import BUILD, PROGRAMS, RESPONDER, Server, Site, first_answer
+from server import RESPONDER, Server, Site, first_answer
 
 TITLE = "A store with very many entries, against one with a single cover"
-FILL_STORE = PROGRAMS / "bench/fill_store"
-MEMORY_FOLDER = Path("/dev/shm")  # a commit costs nothing there
 WARM_UP = 3
 MOST_START_MS = 100
 LEAST_RATIO = 0.9
 
 
 def run(scale, folder):
-    filled = _filled_store(scale.entries)
+    kept = filled.store(scale.entries)
     big, small = Site("big", RESPONDER, folder / "big"), Site("small", RESPONDER, folder / "small")
     big.state.mkdir()
-    shutil.copy(filled / "covers.db", big.state)
+    shutil.copy(kept / "covers.db", big.state)
     cover = covers.samples()[0]
     with Server(big, small) as server:
         big_path, small_path = (f"show?key={server.upload(site, cover, cover.name)}" for site in (big, small))
@@ -37,31 +29,7 @@ def run(scale, folder):
         rates = load.compare(server.url(big, big_path), server.url(small, small_path), scale.rounds, scale.seconds)
     starts = _start_times((big, big_path), (small, small_path), scale.starts)
     entries = f"{scale.entries:,} entries"
-    return [_start_row(entries, *starts), _show_row(entries, cover, rates), _fill_row(filled / "fill.log")]
-
-
-def _filled_store(entries):
-    """A folder with the store, kept from an earlier run if the programs are the same."""
-    version = hashlib.sha256(FILL_STORE.read_bytes()).hexdigest()[:12]
-    kept = BUILD / f"store-{version}-{entries}"
-    if kept.exists():
-        return kept
-    for old in BUILD.glob("store-*"):
-        if not old.name.startswith(f"store-{version}-"):
-            shutil.rmtree(old)
-    with tempfile.TemporaryDirectory(prefix="sleevery-bench-", dir=MEMORY_FOLDER) as made:
-        picture = Path(made) / "picture.png"
-        picture.write_bytes(_tiny_png())
-        with open(Path(made) / "fill.log", "w") as log:
-            subprocess.run([FILL_STORE, made, str(entries), picture], stdout=log, check=True)
-        shutil.copytree(made, BUILD / "store-half-made").rename(kept)
-    return kept
-
-
-def _tiny_png():
-    file = io.BytesIO()
-    Image.new("RGB", (1, 1), (128, 64, 32)).save(file, "PNG")
-    return file.getvalue()
+    return [_start_row(entries, *starts), _show_row(entries, cover, rates), _fill_row(kept / "fill.log")]
 
 
 def _start_times(first, second, count):

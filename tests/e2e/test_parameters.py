@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: MIT
 """Setting, deleting and listing parameters through the web server."""
 
+import os
+import signal
+
 import pytest
 from answers import exception, stored_key
 from documents import document
@@ -139,6 +142,17 @@ def test_every_process_sees_them_and_they_outlive_all(server):
         assert listed(server.get("parameter")) == [("a", "1"), ("b", "2")]
     server.restart()
     assert listed(server.get("parameter")) == [("a", "1"), ("b", "2")]
+
+
+@pytest.mark.parametrize("last", [[], [("c", "x" * 65_537)]], ids=["answered", "then one is refused"])
+def test_a_thousand_outlive_killed_processes(server, last):
+    fields = [(f"name{number:04}", str(number)) for number in range(1000)]
+    server.post("parameter", {"a": "1"})
+    server.post("parameter", [("cmdDelete", "a"), *fields, *last])
+    for process in server.wait_for_responders():
+        os.kill(process, signal.SIGKILL)
+    server.restart()
+    assert listed(server.get("parameter")) == fields
 
 
 def test_one_that_the_library_reads_works_at_once(server):

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/CoverCache.h"
+#include "tests/unit/Flushes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "util/Exception.h"
@@ -236,6 +237,20 @@ TEST_F(CoverCacheTest, QueryIsCutAtItsLimit) {
     EXPECT_NE(document.find("<Query total=\"3\">"), std::string::npos);
     EXPECT_EQ(document.find("One"), std::string::npos);
     EXPECT_NE(document.find("Three"), std::string::npos);
+}
+
+TEST_F(CoverCacheTest, WhatIsListedAsStoredWasFlushed) {
+    cache_.StoreParameter("queryLimit", "7");
+    cache_.DeleteParameter("lookupTimeout");
+    const int before = tests::Flushes::count;
+    EXPECT_NE(cache_.ReadParameters().find(">7<"), std::string::npos);
+    EXPECT_GT(tests::Flushes::count, before);
+
+    cache_.StoreParameter("queryLimit", "8");
+    tests::Flushes::failed = true;
+    EXPECT_THROW((void)cache_.ReadParameters(), util::Exception);
+    tests::Flushes::failed = false;
+    EXPECT_NE(cache_.ReadParameters().find(">8<"), std::string::npos);
 }
 
 TEST_F(CoverCacheTest, ParametersAreListedSetAndDeleted) {

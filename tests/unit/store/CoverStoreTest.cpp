@@ -9,7 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <array>
+#include <csignal>
 #include <memory>
 
 namespace {
@@ -257,6 +262,27 @@ TEST_P(CoverStoreTest, SearchWantsEveryWordInItsFieldTheLastOneAsAPrefix) {
     EXPECT_TRUE(found({.title = "lanterns"}).empty()) << "the word is in another field";
 }
 
+TEST_P(CoverStoreTest, SearchTakesBeginningsOfAnyLength) {
+    const std::string word = "antidisestablishment";
+    const int id = keep({.artist = word, .title = "Łódź", .album = "東京事変"}, "cover");
+    for (std::size_t length = 1; length <= word.size(); ++length)
+        EXPECT_EQ(found({.artist = word.substr(0, length)}), std::vector{id}) << length;
+    EXPECT_TRUE(found({.artist = word + "s"}).empty());
+    for (const char* beginning : {"ł", "łó", "LOD", "lodz"})
+        EXPECT_EQ(found({.title = beginning}), std::vector{id}) << beginning;
+    for (const char* beginning : {"東", "東京", "東京事", "東京事変"})
+        EXPECT_EQ(found({.album = beginning}), std::vector{id}) << beginning;
+}
+
+TEST_P(CoverStoreTest, SearchKeepsOneLetterWordsApartFromFields) {
+    const int id = keep({.artist = "Lide", .title = "Aide", .album = "Tide"}, "cover");
+    EXPECT_EQ(found({.artist = "l", .album = "t", .title = "a"}), std::vector{id});
+    for (const store::Search& none :
+         {store::Search{.artist = "ide"}, store::Search{.artist = "ali"}, store::Search{.album = "ide"},
+          store::Search{.album = "a"}, store::Search{.title = "ide"}, store::Search{.title = "l"}})
+        EXPECT_TRUE(found(none).empty()) << none.artist << none.album << none.title;
+}
+
 TEST_P(CoverStoreTest, SearchTakesNothingForASign) {
     const int id = keep({.artist = "AC\"DC* OR (x)", .title = "NOT -a:b^2"}, "cover");
     EXPECT_EQ(found({.artist = "\"dc* or (x"}), std::vector{id});
@@ -275,6 +301,13 @@ TEST_P(CoverStoreTest, SearchCutsAtTheLimitAndTellsTheTotal) {
     ASSERT_EQ(ada.entries.size(), 2U);
     EXPECT_EQ(ada.entries[0].id, ids[4]) << "newest first";
     EXPECT_EQ(ada.entries[1].id, ids[3]);
+    for (const int limit : {0, 1, 4, 5, 6}) {
+        const store::SearchResult some = store_->search({.title = "t"}, limit);
+        EXPECT_EQ(some.total, 5) << limit;
+        ASSERT_EQ(some.entries.size(), static_cast<std::size_t>(std::min(limit, 5)));
+        for (std::size_t i = 0; i < some.entries.size(); ++i)
+            EXPECT_EQ(some.entries[i].id, ids.at(4 - i)) << "newest first";
+    }
     const store::SearchResult all = store_->search({}, 1);
     EXPECT_EQ(all.total, 6);
     ASSERT_EQ(all.entries.size(), 1U);
@@ -294,6 +327,25 @@ TEST_P(CoverStoreTest, ParametersAreSetReplacedAndDeleted) {
     store_->deleteParameter("b");
     store_->deleteParameter("b");
     EXPECT_EQ(store_->parameter("b"), std::nullopt);
+}
+
+TEST_P(CoverStoreTest, ParametersAreSeenAtOnceAndOutliveAKilledProcess) {
+    store_->setParameter({"gone", "1"});
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::unique_ptr<CoverStore> doomed = another();
+        doomed->setParameter({"kept", "2"});
+        doomed->deleteParameter("gone");
+        (void)raise(SIGKILL);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "it got as far as that";
+    const std::vector<store::Parameter> expected{{"kept", "2"}};
+    EXPECT_EQ(store_->parameters(), expected);
+    EXPECT_EQ(another()->parameters(), expected);
+    store_->flush();
+    EXPECT_EQ(store_->parameters(), expected);
 }
 
 TEST_P(CoverStoreTest, QueuesJobsForAnyIdAndAnyPath) {

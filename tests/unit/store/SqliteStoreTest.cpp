@@ -2,6 +2,7 @@
 #include "store/SqliteStore.h"
 #include "store/SqliteConnection.h"
 #include "tests/unit/Bytes.h"
+#include "tests/unit/Flushes.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "util/Exception.h"
 
@@ -181,6 +182,59 @@ TEST_F(SqliteStoreTest, WritesIntoTheDatabaseThatIsThereAfterItWasReplaced) {
         std::filesystem::rename((folder_.path() / "backup/covers.db").string() + ending, file() + ending);
     EXPECT_TRUE(store.findEntry({.artist = "Kept", .title = "Song"})) << kept;
     EXPECT_FALSE(store.findEntry(record));
+}
+
+TEST_F(SqliteStoreTest, FlushesManyParametersAtOnce) {
+    SqliteStore store(folder_.path());
+    const int before = tests::Flushes::count;
+    for (const char* name : {"a", "b", "c"})
+        store.setParameter({name, "1"});
+    store.deleteParameter("a");
+    EXPECT_EQ(tests::Flushes::count, before);
+    store.flush();
+    EXPECT_EQ(tests::Flushes::count, before + 1);
+    store.flush();
+    EXPECT_EQ(tests::Flushes::count, before + 1) << "there was nothing to do";
+    store.deleteParameter("b");
+    store.flush();
+    EXPECT_EQ(tests::Flushes::count, before + 2);
+}
+
+TEST_F(SqliteStoreTest, FlushesACoverAndAJobByThemselves) {
+    SqliteStore store(folder_.path());
+    int before = tests::Flushes::count;
+    const store::NewImage image{.bytes = bytesOf("tide"), .mimeType = "image/png"};
+    const int id = store.storeImage({.artist = "Ada", .title = "Tide"}, image, store::IfPresent::Replace);
+    EXPECT_GT(tests::Flushes::count, before);
+    before = tests::Flushes::count;
+    store.queueDeleteJob(id);
+    EXPECT_GT(tests::Flushes::count, before);
+}
+
+TEST_F(SqliteStoreTest, WhatCouldNotBeFlushedIsStillToBeFlushed) {
+    SqliteStore store(folder_.path());
+    store.setParameter({"a", "1"});
+    testing::internal::CaptureStderr();
+    tests::Flushes::failed = true;
+    const std::string failure = failureOf([&] { store.flush(); });
+    tests::Flushes::failed = false;
+    EXPECT_EQ(failure, "The cover store failed; standard error says more.");
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("sleevery.fcgi: store: flush: "), 0U);
+    EXPECT_EQ(store.parameter("a"), "1");
+    const int before = tests::Flushes::count;
+    store.flush();
+    EXPECT_EQ(tests::Flushes::count, before + 1);
+}
+
+TEST_F(SqliteStoreTest, WhatAnotherProcessMovedOutOfTheLogIsFlushedToo) {
+    SqliteStore store(folder_.path());
+    store.setParameter({"a", "1"});
+    execute("PRAGMA wal_checkpoint(TRUNCATE)");
+    store.flush();
+    EXPECT_EQ(SqliteStore(folder_.path()).parameter("a"), "1");
+    store.setParameter({"a", "2"});
+    store.flush();
+    EXPECT_EQ(SqliteStore(folder_.path()).parameter("a"), "2");
 }
 
 TEST_F(SqliteStoreTest, ReadsGoOnWhereNothingCanBeWritten) {

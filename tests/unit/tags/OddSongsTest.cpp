@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/unit/tags/OddSongs.h"
 #include "tags/Bytes.h"
 #include "tags/FrontCover.h"
 #include "tests/unit/tags/Programs.h"
@@ -17,9 +18,12 @@ using namespace std::string_literals;
 using std::filesystem::path;
 using tags::bigEndian;
 using tags::littleEndian;
+using tests::appendToMovie;
+using tests::bareMp4;
 using tests::bytesOf;
 using tests::coverOf;
 using tests::fileBytes;
+using tests::id3v2;
 using tests::jpegOf;
 using tests::makeSong;
 using tests::pngOf;
@@ -38,15 +42,6 @@ protected:
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::minutes(1));
     }
 };
-
-std::string syncSafe(std::size_t number) {
-    return {static_cast<char>(number >> 21U & 0x7FU), static_cast<char>(number >> 14U & 0x7FU),
-            static_cast<char>(number >> 7U & 0x7FU), static_cast<char>(number & 0x7FU)};
-}
-
-std::string id3v2(char version, const std::string& frames) {
-    return "ID3"s + version + "\0\0"s + syncSafe(frames.size()) + frames;
-}
 
 TEST_F(OddSong, Mp3WithAnOldTagBehindTheNewOne) {
     const path song = makeSong("mp3", folder());
@@ -213,7 +208,9 @@ TEST_F(OddSong, OggChainWithoutTheMarkOfItsFirstEnd) {
     const std::string next = fileBytes(song);
     editPages(song, "pages[-1].last = False");
     writeFile(song, fileBytes(song) + next);
-    setCover(song, jpegOf(200, 3));
+    std::string picture = jpegOf(16, 1);
+    picture.resize(200'000); // takes more than one page, so that the next ones get other numbers
+    setCover(song, picture);
     EXPECT_TRUE(fileBytes(song).ends_with(next)) << "the next song of the chain has its own numbers";
 }
 
@@ -241,23 +238,6 @@ TEST_F(OddSong, OggFlacHasTheRoomThatOtherTagsLeave) {
 
 std::string atom(const std::string& name, const std::string& content) {
     return bigEndian(content.size() + 8, 4) + name + content;
-}
-
-/** Puts an atom at the end of the movie, which is at the end of the file. */
-void appendToMovie(const path& song, const std::string& bytes) {
-    std::string file = fileBytes(song);
-    const std::size_t at = file.rfind("moov") - 4;
-    file.replace(at, 4, bigEndian(file.size() - at + bytes.size(), 4));
-    writeFile(song, file + bytes);
-}
-
-/** Without tags. */
-path bareMp4(const path& folder) {
-    const path song = makeSong("aac", folder);
-    std::string file = fileBytes(song);
-    file.replace(file.rfind("udta"), 4, "free");
-    writeFile(song, file);
-    return song;
 }
 
 TEST_F(OddSong, Mp4WhoseTagsFollowQuickTime) {

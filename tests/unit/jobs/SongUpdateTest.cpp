@@ -1,0 +1,286 @@
+// SPDX-License-Identifier: MIT
+#include "jobs/SongUpdate.h"
+
+#include "tests/unit/jobs/Descriptors.h"
+#include "tests/unit/tags/SongTest.h"
+#include "util/ImageHeader.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/xattr.h>
+
+#include <array>
+#include <functional>
+#include <set>
+#include <string>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+using jobs::TryAgainLater;
+using tests::bytesOf;
+using tests::coverOf;
+using tests::fileBytes;
+using tests::jpegOf;
+using tests::writeFile;
+
+struct Change {
+    std::string cover = jpegOf(64, 1);
+    int maxSidePixels = 1200;
+    bool replace = true;
+};
+
+class SongUpdate : public tests::SongTest {
+protected:
+    SongUpdate() {
+        fs::create_directory(album_);
+        song_ = tests::makeSong("flac", album_);
+        before_ = fileBytes(song_);
+    }
+
+    void write(const Change& change = {}) const {
+        jobs::writeCover({.song = song_,
+                          .temporaryFile = temporaryFile(),
+                          .picture = bytesOf(change.cover),
+                          .maxSidePixels = change.maxSidePixels,
+                          .replace = change.replace});
+    }
+
+    /** Why writing is refused for good, and that it leaves everything as it was. */
+    [[nodiscard]] std::string refusal(const Change& change = {}) const {
+        const auto names = namesInAlbum();
+        try {
+            write(change);
+            ADD_FAILURE() << "it was not refused";
+            return {};
+        } catch (const TryAgainLater& e) {
+            ADD_FAILURE() << "only for now: " << e.what();
+            return {};
+        } catch (const util::Exception& e) {
+            EXPECT_TRUE(fileBytes(song_) == before_);
+            EXPECT_EQ(namesInAlbum(), names);
+            return e.what();
+        }
+    }
+
+    /** Why it is refused for now, and that it leaves everything as it was. */
+    [[nodiscard]] std::string delay() const {
+        try {
+            write();
+            ADD_FAILURE() << "it was not refused";
+            return {};
+        } catch (const TryAgainLater& e) {
+            EXPECT_EQ(namesInAlbum(), std::set<std::string>{"flac.flac"});
+            return e.what();
+        }
+    }
+
+    [[nodiscard]] std::set<std::string> namesInAlbum() const {
+        std::set<std::string> names;
+        for (const auto& entry : fs::directory_iterator(album_))
+            names.insert(entry.path().filename());
+        return names;
+    }
+
+    [[nodiscard]] struct stat status() const {
+        struct stat status = {};
+        EXPECT_EQ(::stat(song_.c_str(), &status), 0);
+        return status;
+    }
+
+    [[nodiscard]] fs::path temporaryFile() const {
+        return song_.parent_path() / ".sleevery-0123456789abcdef";
+    }
+
+    std::string delayBy(const std::function<void()>& otherProgram) const;
+
+    fs::path album_ = fs::canonical(folder()) / "album";
+    fs::path song_;
+    std::string before_;
+};
+
+TEST_F(SongUpdate, ThePictureArrivesAndNothingElseChanges) {
+    write();
+    EXPECT_TRUE(coverOf(song_) == jpegOf(64, 1));
+    writeFile(folder() / "before", before_);
+    EXPECT_NO_THROW(tags::verify(folder() / "before", song_, bytesOf(jpegOf(64, 1))));
+    EXPECT_EQ(namesInAlbum(), std::set<std::string>{"flac.flac"});
+}
+
+TEST_F(SongUpdate, TheNewFileHasTheOwnerModeAndAttributesOfTheOldOne) {
+    ASSERT_EQ(::setxattr(song_.c_str(), "user.rating", "5", 1, 0), 0);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(song_.c_str(), 4711, 4712), 0);
+    }
+    ASSERT_EQ(::chmod(song_.c_str(), 0664), 0);
+    const struct stat old = status();
+    write();
+    EXPECT_NE(status().st_ino, old.st_ino);
+    EXPECT_EQ(status().st_mode, old.st_mode);
+    EXPECT_EQ(status().st_uid, old.st_uid);
+    EXPECT_EQ(status().st_gid, old.st_gid);
+    std::array<char, 2> value{};
+    ASSERT_EQ(::getxattr(song_.c_str(), "user.rating", value.data(), value.size()), 1);
+    EXPECT_EQ(value[0], '5');
+}
+
+TEST_F(SongUpdate, AHardLinksOtherNameKeepsTheOldFile) {
+    fs::create_hard_link(song_, folder() / "other");
+    write();
+    EXPECT_TRUE(fileBytes(folder() / "other") == before_);
+    EXPECT_FALSE(coverOf(song_).empty());
+}
+
+TEST_F(SongUpdate, AFileThatHasThePictureIsNotTouched) {
+    write();
+    const struct stat old = status();
+    for (const bool replace : {true, false}) {
+        write({.replace = replace});
+        EXPECT_EQ(status().st_ino, old.st_ino);
+        EXPECT_EQ(status().st_mtim.tv_nsec, old.st_mtim.tv_nsec);
+        EXPECT_EQ(status().st_ctim.tv_nsec, old.st_ctim.tv_nsec);
+    }
+}
+
+TEST_F(SongUpdate, ReplacesACoverOnlyWhenAskedTo) {
+    write({.cover = jpegOf(64, 1), .replace = false});
+    EXPECT_TRUE(coverOf(song_) == jpegOf(64, 1));
+    write({.cover = jpegOf(64, 2), .replace = false});
+    EXPECT_TRUE(coverOf(song_) == jpegOf(64, 1));
+    write({.cover = jpegOf(64, 2), .replace = true});
+    EXPECT_TRUE(coverOf(song_) == jpegOf(64, 2));
+}
+
+TEST_F(SongUpdate, ALargePictureIsMadeSmaller) {
+    write({.cover = tests::jpeg(tests::picture(400, 300)), .maxSidePixels = 200});
+    const std::string cover = coverOf(song_);
+    const util::ImageHeader header = util::readImageHeader(bytesOf(cover), {});
+    EXPECT_EQ(header.widthPixels, 200);
+    EXPECT_EQ(header.heightPixels, 150);
+}
+
+TEST_F(SongUpdate, AReadOnlyFileIsRefusedToTheAdministratorAsWell) {
+    ASSERT_EQ(::chmod(song_.c_str(), 0444), 0);
+    EXPECT_EQ(refusal(), "The song file is read-only.");
+}
+
+TEST_F(SongUpdate, AFileThatTheUserMayNotWriteIsRefused) {
+    fs::permissions(folder(), fs::perms(0755));
+    fs::permissions(album_, fs::perms(0755));
+    const mode_t othersMay = ::geteuid() == 0 ? 0644 : 0464; // an ordinary user is the owner
+    ASSERT_EQ(::chmod(song_.c_str(), othersMay), 0);
+    const tests::OrdinaryUser user;
+    EXPECT_EQ(refusal(), "The song file is read-only.");
+}
+
+TEST_F(SongUpdate, WhatIsNoSongOrNoPictureIsRefused) {
+    EXPECT_FALSE(refusal({.cover = "no picture"}).empty());
+    before_ = "no song";
+    writeFile(song_, before_);
+    EXPECT_FALSE(refusal().empty());
+}
+
+TEST_F(SongUpdate, ATemporaryFileThatIsThereIsSomebodyElses) {
+    writeFile(temporaryFile(), "mine");
+    EXPECT_EQ(refusal(), "The copy of the song file can't be written: File exists.");
+    EXPECT_EQ(fileBytes(temporaryFile()), "mine");
+}
+
+TEST_F(SongUpdate, ACopyThatGetsTooLongIsAFailure) {
+    const tests::ShortFiles limit(before_.size() / 2);
+    EXPECT_EQ(refusal(), "The copy of the song file can't be written: File too large.");
+}
+
+TEST_F(SongUpdate, WithoutSpaceForTheCopyItIsTriedAgain) {
+    struct statvfs disk = {};
+    ASSERT_EQ(::statvfs(song_.c_str(), &disk), 0);
+    fs::resize_file(song_, disk.f_bavail * disk.f_frsize); // takes no space, but its copy would
+    const tests::ShortFiles limit(before_.size() / 2);     // where the test fails, the disk stays as it is
+    EXPECT_TRUE(delay().starts_with("There is not enough space on the disk of the song file: "));
+}
+
+TEST_F(SongUpdate, AFileThatIsOpenForWritingIsTriedAgain) {
+    const util::FileDescriptor writer = tests::openFile(song_, O_WRONLY);
+    EXPECT_EQ(delay(), "Another program is writing into the song file.");
+}
+
+TEST_F(SongUpdate, AFileThatAFileServerHasLentOutIsTriedAgain) {
+    const util::FileDescriptor server = tests::openFile(song_, O_RDWR);
+    ASSERT_EQ(::fcntl(server.get(), F_SETSIG, SIGURG), 0);
+    ASSERT_EQ(::fcntl(server.get(), F_SETLEASE, F_WRLCK), 0);
+    EXPECT_EQ(delay(), "Another program has the song file for itself.");
+}
+
+/**
+ * Lets another program do something as soon as the copy has been begun. It may come too late, when everything
+ * is done, and gets another chance then.
+ */
+std::string SongUpdate::delayBy(const std::function<void()>& otherProgram) const {
+    for (int chances = 100; chances > 0; --chances) {
+        writeFile(song_, before_);
+        const util::FileDescriptor watch(::inotify_init1(IN_CLOEXEC));
+        EXPECT_GE(::inotify_add_watch(watch.get(), album_.c_str(), IN_CREATE), 0);
+        const util::FileDescriptor over(::eventfd(0, EFD_CLOEXEC));
+        std::thread other([&] {
+            std::array<pollfd, 2> events{{{watch.get(), POLLIN, 0}, {over.get(), POLLIN, 0}}};
+            ::poll(events.data(), events.size(), -1);
+            if (events[0].revents != 0) otherProgram();
+        });
+        std::string reason;
+        try {
+            write();
+        } catch (const TryAgainLater& e) {
+            reason = e.what();
+        } catch (const std::exception& e) {
+            reason = std::string("for good: ") + e.what();
+        }
+        ::eventfd_write(over.get(), 1);
+        other.join();
+        if (!reason.empty()) return reason;
+    }
+    return "(it was never refused)";
+}
+
+TEST_F(SongUpdate, AFileThatIsReplacedMeanwhileIsTheOtherProgramsAndTriedAgain) {
+    const fs::path others = fs::canonical(folder()) / "others";
+    const std::string reason = delayBy([&] {
+        writeFile(others, "other");
+        fs::rename(others, song_);
+    });
+    EXPECT_EQ(reason, "The song file was changed by another program meanwhile.");
+    EXPECT_EQ(fileBytes(song_), "other");
+    EXPECT_EQ(namesInAlbum(), std::set<std::string>{"flac.flac"});
+}
+
+TEST_F(SongUpdate, AFileThatIsChangedMeanwhileIsTriedAgain) {
+    const std::string reason = delayBy([&] { ::chmod(song_.c_str(), 0640); });
+    EXPECT_EQ(reason, "The song file was changed by another program meanwhile.");
+    EXPECT_TRUE(fileBytes(song_) == before_);
+}
+
+TEST_F(SongUpdate, AProgramThatWaitsToWriteIntoTheFileHasItsTurnFirst) {
+    const std::string reason = delayBy([&] {
+        const util::FileDescriptor writer = tests::openFile(song_, O_WRONLY); // waits
+    });
+    EXPECT_EQ(reason, "Another program is writing into the song file.");
+    EXPECT_TRUE(fileBytes(song_) == before_);
+}
+
+TEST_F(SongUpdate, ALinkInThePlaceOfTheFolderLeadsNowhere) {
+    fs::rename(album_, folder() / "elsewhere");
+    fs::create_directory_symlink(folder() / "elsewhere", album_);
+    EXPECT_TRUE(refusal().starts_with("The folder of the song file can't be opened: "));
+}
+
+TEST_F(SongUpdate, ALinkInThePlaceOfTheFileLeadsNowhere) {
+    fs::rename(song_, folder() / "elsewhere");
+    fs::create_symlink(folder() / "elsewhere", song_);
+    EXPECT_TRUE(refusal().starts_with("The song file can't be opened: "));
+}
+
+} // namespace
