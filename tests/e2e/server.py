@@ -48,8 +48,10 @@ class Server:
             raise
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, failure=None, *_):
         self.stop()
+        if failure and self.log.exists():
+            print(f"The last words of the server:\n{self.messages()[-3000:]}")
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def start(self):
