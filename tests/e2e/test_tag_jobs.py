@@ -19,6 +19,8 @@ from PIL import Image
 from pictures import fixture, has_the_quarters, noise, png, upright
 from server import Server
 from songs import KINDS, OLD_BACK, OLD_FRONT, look
+from web import COVERS as WEB_COVERS
+from web import Web
 
 COVERS = {"JPEG": fixture("progressive.jpg"), "PNG": png((300, 200), seed=7)}
 
@@ -53,6 +55,18 @@ def untouched(songs, tmp_path_factory):
     """What other programs see in the songs before anything happens to them."""
     folder = tmp_path_factory.mktemp("untouched")
     return {kind: look(songs.copy(kind, folder), kind) for kind in KINDS}
+
+
+@pytest.fixture(scope="module", autouse=True)
+def hopeless(songs, tmp_path_factory):
+    """A job on a full disk that began before the first test: it takes longer than any of them until it is given up."""
+    with on_a_small_disk(songs, tmp_path_factory.mktemp("hopeless"), "size=16m") as (server, song):
+        fill_with_bytes(song.parent)
+        entry = Cover(server, COVERS["JPEG"])
+        with unchanged(song.parent):
+            began = time.monotonic()
+            entry.write(song.name)
+            yield entry, began
 
 
 @pytest.mark.parametrize("kind", KINDS)
@@ -295,6 +309,18 @@ def test_an_unknown_cache_id(tagging, songs, folder):
     Cover(tagging, COVERS["PNG"]).write_all(song)
 
 
+@pytest.mark.parametrize("path", ["/cover.webp", "/cover.gif"])
+def test_what_players_do_not_know_becomes_a_jpeg(tagging, songs, folder, path):
+    song = songs.copy("flac", folder)
+    entry = Cover(tagging, COVERS["PNG"])
+    with Web() as web:
+        tagging.post("update", {**entry.song, "url": web.url(path)})
+    entry.write_all(song)
+    (front,) = look(song, "flac").fronts
+    with Image.open(io.BytesIO(front)) as image:
+        assert image.format == "JPEG" and image.size == upright(WEB_COVERS[path]).size
+
+
 LARGE = {
     "JPEG": lambda: noise(2300, "JPEG", quality=100, subsampling=0),
     "PNG": lambda: noise(2450, "PNG", compress_level=1),
@@ -455,6 +481,16 @@ def test_the_delete_job_removes_the_cover_and_nothing_else(tagging, songs, folde
     assert [job.state for job in entry.jobs()] == ["done", "done"]
 
 
+def test_the_delete_job_does_not_remove_a_cover_that_came_in_meanwhile(tagging, songs, folder):
+    song = songs.copy("flac", folder)
+    entry = Cover(tagging, COVERS["PNG"])
+    with song.open("r+b"):
+        entry.write(song)
+        entry.postponed()
+        assert entry.upload(COVERS["JPEG"]) == entry.key
+    assert [job.state for job in entry.settled()] == ["done", "done"] and not entry.is_gone()
+
+
 def test_a_delete_job_alone_removes_the_cover(tagging):
     entry = Cover(tagging, COVERS["PNG"])
     entry.write_all()
@@ -513,18 +549,6 @@ def test_a_full_disk_is_tried_again(songs, tmp_path, options, fill):
         assert temporary_files(song.parent) == [] and server.responder_pids() == pids
 
 
-def test_a_disk_that_stays_full_is_given_up(songs, tmp_path):
-    with on_a_small_disk(songs, tmp_path, "size=16m") as (server, song):
-        fill_with_bytes(song.parent)
-        entry = Cover(server, COVERS["JPEG"])
-        with unchanged(song.parent):
-            began = time.monotonic()
-            entry.write(song.name)
-            tag, delete = entry.settled()
-        assert (tag.state, delete.state) == ("failed", "failed") and "space" in tag.reason and not entry.is_gone()
-        assert time.monotonic() - began > 1 + 2 + 4 + 8, "there was time for the disk to become less full"
-
-
 FILE_LIMIT = 2_000_000
 
 
@@ -549,3 +573,10 @@ def test_a_limit_of_the_size_of_files(songs, tmp_path, noise_bytes):
         assert [job.state for job in entry.settled()[2:]] == ["done", "done"]
         assert server.responder_pids() == pids, "nobody died"
     assert look(song, "flac").fronts == [picture] and temporary_files(tmp_path) == []
+
+
+def test_a_disk_that_stays_full_is_given_up(hopeless):
+    entry, began = hopeless
+    tag, delete = entry.settled()
+    assert time.monotonic() - began > 1 + 2 + 4 + 8, "there was time for the disk to become less full"
+    assert (tag.state, delete.state) == ("failed", "failed") and "space" in tag.reason and not entry.is_gone()
