@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "app/SongInfo.h"
+
+#include "app/CoverCache.h"
+#include "tags/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "util/Exception.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
 
 namespace {
 
@@ -120,6 +128,44 @@ TEST(SongInfo, LoadsAndSavesItsImage) {
     EXPECT_FALSE(other.loadImage((folder.path() / "missing.png").c_str()));
     testing::internal::GetCapturedStderr();
     EXPECT_EQ(other.getImage()->width(), 5);
+}
+
+/** As much of a FLAC file as it takes, with a front cover where that is not empty. */
+std::string flacWith(const std::string& cover) {
+    using tags::bigEndian;
+    const std::string streamInfo = bigEndian(34, 3) + std::string(34, '\0');
+    const std::string sound = "\xFF\xF8";
+    if (cover.empty()) return "fLaC\x80" + streamInfo + sound;
+    const std::string picture = bigEndian(3, 4) + bigEndian(9, 4) + "image/png" + std::string(20, '\0') +
+                                bigEndian(cover.size(), 4) + cover;
+    return std::string("fLaC\0", 5) + streamInfo + '\x86' + bigEndian(picture.size(), 3) + picture + sound;
+}
+
+TEST(SongInfo, SeesWhetherTheSongsFileCarriesAnImage) {
+    const tests::TemporaryFolder folder;
+    ::setenv("STATE_DIRECTORY", (folder.path() / "state").c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    const std::filesystem::path file = std::filesystem::canonical(folder.path()) / "music" / "song.flac";
+    std::filesystem::create_directory(file.parent_path());
+    const auto write = [&](const std::string& bytes) { std::ofstream(file, std::ios::binary) << bytes; };
+    SongInfo song;
+    song.setFilename(file.string());
+    write(flacWith(tests::png(tests::picture(5, 3))));
+    EXPECT_FALSE(song.hasEmbeddedImage()) << "without a library there is no music folder";
+
+    CoverCache cache;
+    cache.CheckDatabase();
+    EXPECT_FALSE(song.hasEmbeddedImage()) << "nor before the parameter is set";
+    cache.StoreParameter("musicFolder", file.parent_path().string());
+    EXPECT_TRUE(song.hasEmbeddedImage());
+    song.setFilename("song.flac");
+    EXPECT_TRUE(song.hasEmbeddedImage());
+    for (const std::string& bytes : {flacWith(""), std::string("no song"), std::string()}) {
+        write(bytes);
+        EXPECT_FALSE(song.hasEmbeddedImage());
+    }
+    song.setFilename("missing.flac");
+    EXPECT_FALSE(song.hasEmbeddedImage());
+    EXPECT_FALSE(SongInfo().hasEmbeddedImage());
 }
 
 TEST(SongInfo, PurgesStopWords) {

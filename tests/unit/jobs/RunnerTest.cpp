@@ -2,8 +2,9 @@
 #include "jobs/Runner.h"
 
 #include "store/SqliteStore.h"
+#include "tests/unit/Waiting.h"
 #include "tests/unit/jobs/Descriptors.h"
-#include "tests/unit/jobs/Waiting.h"
+#include "tests/unit/jobs/MakeProgram.h"
 #include "tests/unit/tags/SongTest.h"
 #include "util/Exception.h"
 
@@ -293,6 +294,17 @@ TEST_F(RunnerTest, ACoverThatDidNotArriveStaysUntilItHas) {
     runner.wake();
     expectState(id, gone, JobState::Done);
     EXPECT_FALSE(store().cover(id));
+}
+
+TEST_F(RunnerTest, ACoverThatCameInMeanwhileStays) {
+    const int id = entry();
+    const int remove = store().queueDeleteJob(id);
+    const std::string next = jpegOf(64, 2);
+    store().storeImage({.artist = "Lowbeam", .title = "Quiet Harbour"},
+                       {.bytes = bytesOf(next), .mimeType = "image/jpeg"}, store::IfPresent::Replace);
+    const Runner runner(setup_);
+    expectState(id, remove, JobState::Done);
+    EXPECT_TRUE(store().cover(id));
 }
 
 TEST_F(RunnerTest, TakesUpWhatADeadProcessLeft) {

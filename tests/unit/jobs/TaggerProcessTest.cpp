@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/TaggerProcess.h"
 
+#include "tests/unit/Waiting.h"
 #include "tests/unit/jobs/Descriptors.h"
-#include "tests/unit/jobs/Waiting.h"
+#include "tests/unit/jobs/MakeProgram.h"
 #include "tests/unit/tags/OddSongs.h"
 #include "tests/unit/tags/Programs.h"
 #include "tests/unit/tags/SongTest.h"

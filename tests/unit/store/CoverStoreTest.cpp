@@ -14,11 +14,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <memory>
 
 namespace {
 
+using namespace std::chrono_literals;
 using store::CoverStore;
 using store::IfPresent;
 using store::Record;
@@ -57,6 +59,9 @@ protected:
     tests::TemporaryFolder folder_;
     std::unique_ptr<CoverStore> store_;
 };
+
+/** A moment in whole milliseconds, as the store keeps them. */
+const store::Clock::time_point now{std::chrono::milliseconds(1'800'000'000'123)};
 
 const Record lanterns{.artist = "Lowbeam", .title = "Quiet Harbour", .album = "Paper Lanterns"};
 const Record harbour{.artist = "Lowbeam", .title = "Quiet Harbour"};
@@ -231,6 +236,10 @@ TEST_P(CoverStoreTest, KeepsAnImageOncePerContentAndAsLongAsOneEntryHasIt) {
 
 TEST_P(CoverStoreTest, BoundsTheEntriesWithoutAnImage) {
     const int kept = keep(lanterns, "cover");
+    const Record dropped{.artist = "Ada", .title = "Tide"};
+    const int droppedId = keep(dropped, "its own");
+    keep(dropped, "cover");
+    store_->dropImage(droppedId, store::sha256(bytesOf("cover")));
     int last = 0;
     for (int i = 0; i <= CoverStore::maxEmptyEntries + 200; ++i)
         last = store_->registerEntry({.artist = "Nobody", .title = "Song " + std::to_string(i)}).id;
@@ -238,8 +247,11 @@ TEST_P(CoverStoreTest, BoundsTheEntriesWithoutAnImage) {
     EXPECT_LT(empty.size(), static_cast<std::size_t>(CoverStore::maxEmptyEntries) + 200);
     EXPECT_EQ(empty.front().id, last);
     EXPECT_EQ(empty.back().id, last - static_cast<int>(empty.size()) + 1) << "the oldest went";
-    EXPECT_TRUE(store_->cover(kept));
+    EXPECT_EQ(contentOf(kept), "cover");
     EXPECT_TRUE(found({.title = "song 0"}).empty());
+    EXPECT_FALSE(store_->findEntry(dropped));
+    EXPECT_TRUE(store_->earlierImages(droppedId).empty());
+    EXPECT_FALSE(store_->image(store::sha256(bytesOf("its own")))) << "an entry's earlier images go with it";
 }
 
 TEST_P(CoverStoreTest, ListsEmptyEntriesNewestFirst) {
@@ -365,6 +377,170 @@ TEST_P(CoverStoreTest, QueuesJobsForAnyIdAndAnyPath) {
     EXPECT_FALSE(jobs[1].replace);
     EXPECT_EQ(jobs[2].kind, store::JobKind::Delete);
     EXPECT_TRUE(store_->jobs(78).empty());
+}
+
+/** The ids of the jobs as they come, each done before the next. */
+std::vector<int> doneInTurn(CoverStore& store, store::Clock::time_point when) {
+    std::vector<int> ids;
+    while (const auto job = store.nextJob(when)) {
+        ids.push_back(job->id);
+        store.finishJob(job->id, "");
+    }
+    return ids;
+}
+
+TEST_P(CoverStoreTest, JobsHaveTheirTurnInTheOrderInWhichTheyCame) {
+    EXPECT_FALSE(store_->nextJob(now));
+    EXPECT_FALSE(store_->nextJobDue());
+    const int first = store_->queueTagJob(2, "b", true);
+    const int second = store_->queueTagJob(1, "a", false);
+    ASSERT_TRUE(store_->nextJobDue());
+    EXPECT_LE(*store_->nextJobDue(), store::Clock::now());
+    EXPECT_EQ(store_->nextJob(now)->id, first) << "looking changes nothing";
+    EXPECT_EQ(store_->nextJob(now)->path, "b");
+    EXPECT_EQ(doneInTurn(*store_, now), (std::vector{first, second}));
+    EXPECT_FALSE(store_->nextJobDue());
+}
+
+TEST_P(CoverStoreTest, ADeleteJobWaitsForTheTagJobsOfItsEntryAlsoForLaterOnes) {
+    const int remove = store_->queueDeleteJob(1);
+    const int tag = store_->queueTagJob(1, "a", true);
+    const int other = store_->queueDeleteJob(2);
+    EXPECT_EQ(store_->nextJob(now)->id, tag);
+    store_->startJob(tag, "/tmp/x");
+    EXPECT_EQ(store_->nextJob(now)->id, other) << "one that runs is not done yet";
+    store_->finishJob(tag, "failed");
+    EXPECT_EQ(store_->nextJob(now)->id, remove) << "one that failed is over";
+    EXPECT_EQ(doneInTurn(*store_, now), (std::vector{remove, other}));
+}
+
+TEST_P(CoverStoreTest, AJobThatRunsComesBackWithItsTemporaryFile) {
+    const std::string file("/music/\xFF.flac");
+    const int id = store_->queueTagJob(1, "a", true);
+    EXPECT_TRUE(store_->runningJobs().empty());
+    store_->startJob(id, file);
+    EXPECT_FALSE(store_->nextJob(now));
+    EXPECT_TRUE(store_->nextJobDue()) << "somebody has to see whether its process lives";
+    const auto running = another()->runningJobs();
+    ASSERT_EQ(running.size(), 1U);
+    EXPECT_EQ(running[0].id, id);
+    EXPECT_EQ(running[0].state, store::JobState::Running);
+    EXPECT_EQ(running[0].temporaryFile, file);
+    store_->putBackJob(id);
+    EXPECT_TRUE(store_->runningJobs().empty());
+    ASSERT_TRUE(store_->nextJob(now));
+    EXPECT_EQ(store_->nextJob(now)->temporaryFile, "");
+    EXPECT_EQ(store_->nextJob(now)->attempts, 0);
+}
+
+TEST_P(CoverStoreTest, APostponedJobWaitsUntilItIsDueAndTheOthersDont) {
+    const int busy = store_->queueTagJob(1, "a", true);
+    const int remove = store_->queueDeleteJob(1);
+    const int other = store_->queueTagJob(2, "b", true);
+    store_->startJob(busy, "/tmp/x");
+    store_->postponeJob(busy, "It is busy.", now + 10s);
+    EXPECT_EQ(store_->nextJob(now)->id, other);
+    store_->finishJob(other, "");
+    EXPECT_FALSE(store_->nextJob(now + 9s)) << "nor the job that waits for it";
+    EXPECT_EQ(store_->nextJobDue(), now + 10s);
+    const auto due = store_->nextJob(now + 10s);
+    ASSERT_TRUE(due);
+    EXPECT_EQ(due->id, busy);
+    EXPECT_EQ(due->attempts, 1);
+    EXPECT_EQ(due->reason, "It is busy.");
+    EXPECT_EQ(due->temporaryFile, "");
+    store_->postponeJob(busy, "It is busy.", now + 20s);
+    EXPECT_EQ(store_->nextJob(now + 20s)->attempts, 2);
+    EXPECT_EQ(doneInTurn(*store_, now + 20s), (std::vector{busy, remove}));
+}
+
+TEST_P(CoverStoreTest, AClockThatWasPutBackHoldsUpNoJob) {
+    const int id = store_->queueTagJob(1, "a", true);
+    store_->postponeJob(id, "It is busy.", now + CoverStore::maxPostponement);
+    EXPECT_FALSE(store_->nextJob(now));
+    EXPECT_TRUE(store_->nextJob(now - 1s));
+    EXPECT_TRUE(store_->nextJob(now - 24h * 365 * 20));
+}
+
+TEST_P(CoverStoreTest, AJobThatIsOverSaysWhatCameOfIt) {
+    const int done = store_->queueTagJob(1, "a", true);
+    const int failed = store_->queueTagJob(1, "b", true);
+    store_->postponeJob(done, "It is busy.", now);
+    store_->startJob(done, "/tmp/x");
+    store_->finishJob(done, "");
+    store_->startJob(failed, "/tmp/x");
+    store_->finishJob(failed, "It can't be read.");
+    const auto jobs = store_->jobs(1);
+    EXPECT_EQ(jobs[0].state, store::JobState::Done);
+    EXPECT_EQ(jobs[0].reason, "");
+    EXPECT_EQ(jobs[0].temporaryFile, "");
+    EXPECT_EQ(jobs[1].state, store::JobState::Failed);
+    EXPECT_EQ(jobs[1].reason, "It can't be read.");
+    EXPECT_EQ(jobs[1].temporaryFile, "");
+}
+
+TEST_P(CoverStoreTest, ATagJobFailedBeforeUnlessItsFileWasDoneSince) {
+    const auto finish = [&](const char* path, const char* failure) {
+        store_->finishJob(store_->queueTagJob(1, path, true), failure);
+    };
+    const auto failedBefore = [&](int entryId) {
+        store_->queueDeleteJob(entryId);
+        return store_->tagJobFailedBefore(store_->jobs(entryId).back());
+    };
+    EXPECT_FALSE(failedBefore(1));
+    finish("a", "");
+    EXPECT_FALSE(failedBefore(1));
+    const int early = store_->queueDeleteJob(1);
+    finish("a", "It can't be read.");
+    EXPECT_TRUE(failedBefore(1)) << "done before is not done since";
+    EXPECT_FALSE(failedBefore(2)) << "another entry";
+    EXPECT_FALSE(store_->tagJobFailedBefore({.id = early, .entryId = 1})) << "it failed after that one came";
+    finish("b", "");
+    EXPECT_TRUE(failedBefore(1)) << "another file";
+    finish("a", "");
+    EXPECT_FALSE(failedBefore(1));
+}
+
+TEST_P(CoverStoreTest, AJobKnowsTheImageOfItsTime) {
+    const int id = keep(lanterns, "one");
+    store_->queueDeleteJob(id);
+    keep(lanterns, "two");
+    store_->queueTagJob(id, "a", true);
+    store_->queueDeleteJob(4711);
+    EXPECT_EQ(store_->jobs(id)[0].imageHash, store::sha256(bytesOf("one")));
+    EXPECT_EQ(store_->jobs(id)[1].imageHash, store::sha256(bytesOf("two")));
+    EXPECT_EQ(store_->jobs(4711)[0].imageHash, "");
+}
+
+TEST_P(CoverStoreTest, AnImageThatIsDroppedIsAnEarlierOne) {
+    const std::string one = store::sha256(bytesOf("one"));
+    const std::string two = store::sha256(bytesOf("two"));
+    const int id = keep(lanterns, "one");
+    keep(lanterns, "two");
+    store_->dropImage(id, one);
+    EXPECT_EQ(contentOf(id), "two") << "one that came in meanwhile";
+    store_->dropImage(id, two);
+    EXPECT_FALSE(store_->cover(id));
+    ASSERT_TRUE(store_->findEntry(lanterns));
+    EXPECT_FALSE(store_->findEntry(lanterns)->image);
+    ASSERT_EQ(store_->earlierImages(id).size(), 2U);
+    EXPECT_EQ(store_->earlierImages(id)[0].hash, two);
+    store_->dropImage(id, two);
+    store_->dropImage(4711, two);
+    EXPECT_EQ(store_->earlierImages(id).size(), 2U) << "nothing happens to what is not there";
+    keep(lanterns, "two");
+    EXPECT_EQ(contentOf(id), "two");
+    EXPECT_EQ(store_->earlierImages(id).size(), 1U);
+}
+
+TEST_P(CoverStoreTest, OfDroppedImagesFiveAreKept) {
+    const int id = keep(lanterns, "0");
+    for (const char* content : {"1", "2", "3", "4", "5"})
+        keep(lanterns, content);
+    store_->dropImage(id, store::sha256(bytesOf("5")));
+    EXPECT_EQ(store_->earlierImages(id).size(), 5U);
+    EXPECT_FALSE(store_->image(store::sha256(bytesOf("0"))));
+    EXPECT_TRUE(store_->image(store::sha256(bytesOf("5"))));
 }
 
 TEST_P(CoverStoreTest, KeepsRenditionsUpToABoundLeastRecentlyUsedOutFirst) {

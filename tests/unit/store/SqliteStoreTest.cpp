@@ -134,6 +134,32 @@ TEST_F(SqliteStoreTest, NeverUsesAnIdAgain) {
     EXPECT_GT(store.registerEntry({.artist = "Ada", .title = "Two"}).id, id);
 }
 
+TEST_F(SqliteStoreTest, ForgetsOldJobsButNotThoseThatAnOpenOneDependsOn) {
+    SqliteStore store(folder_.path());
+    const auto finished = [&](int entryId, const char* failure) {
+        const int id = store.queueTagJob(entryId, "song", true);
+        store.finishJob(id, failure);
+        return id;
+    };
+    finished(1, "It can't be read.");
+    const int waiting = store.queueDeleteJob(1);
+    finished(2, "");
+    finished(2, "It can't be read.");
+    store.queueTagJob(3, "song", true);
+    execute("UPDATE sqlite_sequence SET seq = 5094 WHERE name = 'jobs'");
+    finished(4, "");
+    execute("UPDATE sqlite_sequence SET seq = 10094 WHERE name = 'jobs'");
+    EXPECT_EQ(finished(5, ""), 10'095);
+    EXPECT_EQ(store.jobs(2).size(), 2U);
+    while (finished(5, "") < 10'100) {
+    }
+    EXPECT_TRUE(store.jobs(2).empty());
+    EXPECT_EQ(store.jobs(3).size(), 1U) << "it is not finished";
+    EXPECT_EQ(store.jobs(4).size(), 1U) << "it is not old";
+    EXPECT_EQ(store.jobs(1).size(), 2U);
+    EXPECT_TRUE(store.tagJobFailedBefore({.id = waiting, .entryId = 1}));
+}
+
 TEST_F(SqliteStoreTest, GoesOnAfterADamageHasBeenMended) {
     SqliteStore store(folder_.path());
     const int id =
