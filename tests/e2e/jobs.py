@@ -11,7 +11,7 @@ import time
 from answers import is_not_found, png_of, stored_key
 from documents import document
 
-DEADLINE_SECONDS = 30
+DEADLINE_SECONDS = 60
 NUMBERS = itertools.count(1)
 
 

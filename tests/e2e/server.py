@@ -107,13 +107,20 @@ class Server:
 
     def responder_pids(self):
         """The responders, that is, the children of multiwatch."""
-        children = lambda pid: [int(child) for child in pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
+        return self._pids_of(RESPONDER)
+
+    def tagger_pids(self):
+        """What the responders have started to write into song files."""
+        return self._pids_of(RESPONDER.with_name("sleevery-tagger"))
+
+    def _pids_of(self, program):
         todo, found = [self.lighttpd.pid], []
         while todo:
             pid = todo.pop()
             with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it may end at any moment
-                todo += children(pid)
-                if os.readlink(f"/proc/{pid}/exe") == str(RESPONDER.resolve()):
+                for thread in pathlib.Path(f"/proc/{pid}/task").iterdir():
+                    todo += map(int, (thread / "children").read_text().split())
+                if os.readlink(f"/proc/{pid}/exe") == str(program.resolve()):
                     found.append(pid)
         return found
 

@@ -12,13 +12,15 @@ import subprocess
 import time
 
 import pytest
-from answers import png_of, stored_key
+from answers import png_of
 from disks import fill_up, small_disk
 from jobs import Cover, state_of, temporary_files, unchanged, wait_until
 from PIL import Image
 from pictures import fixture, has_the_quarters, noise, png, upright
 from server import Server
 from songs import KINDS, OLD_BACK, OLD_FRONT, look
+from web import COVERS as WEB_COVERS
+from web import Web
 
 COVERS = {"JPEG": fixture("progressive.jpg"), "PNG": png((300, 200), seed=7)}
 
@@ -53,6 +55,18 @@ def untouched(songs, tmp_path_factory):
     """What other programs see in the songs before anything happens to them."""
     folder = tmp_path_factory.mktemp("untouched")
     return {kind: look(songs.copy(kind, folder), kind) for kind in KINDS}
+
+
+@pytest.fixture(scope="module", autouse=True)
+def hopeless(songs, tmp_path_factory):
+    """A job on a full disk that began before the first test: it takes longer than any of them until it is given up."""
+    with on_a_small_disk(songs, tmp_path_factory.mktemp("hopeless"), "size=16m") as (server, song):
+        fill_with_bytes(song.parent)
+        entry = Cover(server, COVERS["JPEG"])
+        with unchanged(song.parent):
+            began = time.monotonic()
+            entry.write(song.name)
+            yield entry, began
 
 
 @pytest.mark.parametrize("kind", KINDS)
@@ -104,94 +118,99 @@ def test_the_same_file_twice(tagging, songs, folder):
     assert look(song, "flac").fronts == [COVERS["PNG"]]
 
 
-# What can't take a cover: makes the file from a good song, and returns the path that is asked for.
+NOT_THERE = "The song file is not there."
+NOT_REGULAR = "This is not a regular file."
+OUTSIDE = "The song file is outside the folder that the parameter musicFolder names."
+
+# What can't take a cover: the reason, and what makes the file from a good song and returns the path that is asked for.
 BAD = {}
 
 
-def bad(make):
-    BAD[make.__name__] = make
-    return make
+def bad(reason):
+    def keep(make):
+        BAD[make.__name__] = (reason, make)
+        return make
+
+    return keep
 
 
-@bad
+@bad("The song file is read-only.")
 def read_only(song):
     song.chmod(0o444)
     return song
 
 
-@bad
+@bad(NOT_THERE)
 def missing(song):
     return song.with_name("missing.flac")
 
 
-@bad
+@bad(NOT_THERE)
 def in_a_missing_folder(song):
     return song.parent / "missing" / song.name
 
 
-@bad
+@bad(NOT_REGULAR)
 def a_folder(song):
     return song.parent
 
 
-@bad
+@bad(OUTSIDE)
 def the_music_folder(song):
     return ""
 
 
-@bad
+@bad(NOT_REGULAR)
 def a_named_pipe(song):
     os.mkfifo(song.with_name("pipe.flac"))
     return song.with_name("pipe.flac")
 
 
-@bad
+@bad("This is not a song file of a kind that can carry a cover.")
 def no_audio(song):
     song.write_text("This is no song. " * 1000)
     return song
 
 
-@bad
+@bad("The song file is truncated.")
 def truncated(song):
     song.write_bytes(song.read_bytes()[:30])
     return song
 
 
-@bad
+@bad("The song file is empty.")
 def empty(song):
     song.write_bytes(b"")
     return song
 
 
-@bad
+@bad(NOT_THERE)
 def a_link_to_nothing(song):
     song.with_name("link.flac").symlink_to("missing.flac")
     return song.with_name("link.flac")
 
 
-@bad
+@bad(NOT_THERE)
 def a_link_to_itself(song):
     song.with_name("link.flac").symlink_to("link.flac")
     return song.with_name("link.flac")
 
 
-@bad
+@bad(NOT_THERE)
 def below_a_file(song):
     return song / "song.flac"
 
 
-@bad
+@bad(NOT_THERE)
 def name_too_long(song):
     return song.with_name("x" * 300)
 
 
-def refuses(tagging, songs, folder, path, watched):
-    """Checks that this path is refused and nothing below `watched` changed, and the next file gets its cover. Returns the reason."""
+def refuses(tagging, songs, folder, path):
+    """Checks that this path is refused, nothing below `folder` changes, and the next file gets its cover. Returns the reason."""
     next_song = songs.copy("wav", tagging.music, f"next-{folder.name}.wav")
     entry = Cover(tagging, COVERS["JPEG"])
-    with contextlib.ExitStack() as stack:
-        for one in watched:
-            stack.enter_context(unchanged(one))
+    with unchanged(folder):
         entry.write(path, next_song)
         jobs = entry.settled()
     assert [job.state for job in jobs] == ["failed", "done", "failed"], jobs
@@ -203,8 +222,9 @@ def refuses(tagging, songs, folder, path, watched):
 
 @pytest.mark.parametrize("what", BAD)
 def test_what_can_take_no_cover_stays_as_it_is(tagging, songs, folder, what):
-    path = BAD[what](songs.copy("flac", folder))
-    print(refuses(tagging, songs, folder, path, [folder]))
+    reason, make = BAD[what]
+    path = make(songs.copy("flac", folder))
+    assert refuses(tagging, songs, folder, path) == reason
 
 
 @pytest.mark.parametrize("kind", KINDS)
@@ -216,10 +236,10 @@ def test_a_truncated_song_of_any_kind_is_not_damaged_further(tagging, songs, fol
         Cover(tagging, COVERS["JPEG"]).write_all(song)
         assert song.read_bytes().startswith(head)
     else:
-        refuses(tagging, songs, folder, song, [folder])
+        refuses(tagging, songs, folder, song)
 
 
-def test_a_song_outside_of_the_music_folder_stays_as_it_is(tagging, songs, folder, tmp_path):
+def test_a_song_outside_of_the_music_folder_stays_as_it_is(tagging, songs, folder):
     outside = tagging.music.with_name(tagging.music.name + "-other")  # begins with the music folder's name
     outside.mkdir()
     song = songs.copy("flac", outside)
@@ -228,7 +248,7 @@ def test_a_song_outside_of_the_music_folder_stays_as_it_is(tagging, songs, folde
     for path in (song, folder / "link.flac", folder / "folder" / song.name, f"../{outside.name}/{song.name}",
                  f"{folder}/../../{outside.name}/{song.name}", "/etc/passwd", "/proc/self/mem"):
         with unchanged(folder):
-            print(path, refuses(tagging, songs, outside, path, [outside]))
+            assert refuses(tagging, songs, outside, path) == OUTSIDE, path
 
 
 def test_a_link_within_the_music_folder_leads_to_the_song(tagging, songs, folder):
@@ -293,6 +313,18 @@ def test_an_unknown_cache_id(tagging, songs, folder):
 
         wait_until(lambda: states() == ["failed", "failed"], states)
     Cover(tagging, COVERS["PNG"]).write_all(song)
+
+
+@pytest.mark.parametrize("path", ["/cover.webp", "/cover.gif"])
+def test_what_players_do_not_know_becomes_a_jpeg(tagging, songs, folder, path):
+    song = songs.copy("flac", folder)
+    entry = Cover(tagging, COVERS["PNG"])
+    with Web() as web:
+        tagging.post("update", {**entry.song, "url": web.url(path)})
+    entry.write_all(song)
+    (front,) = look(song, "flac").fronts
+    with Image.open(io.BytesIO(front)) as image:
+        assert image.format == "JPEG" and image.size == upright(WEB_COVERS[path]).size
 
 
 LARGE = {
@@ -455,6 +487,16 @@ def test_the_delete_job_removes_the_cover_and_nothing_else(tagging, songs, folde
     assert [job.state for job in entry.jobs()] == ["done", "done"]
 
 
+def test_the_delete_job_does_not_remove_a_cover_that_came_in_meanwhile(tagging, songs, folder):
+    song = songs.copy("flac", folder)
+    entry = Cover(tagging, COVERS["PNG"])
+    with song.open("r+b"):
+        entry.write(song)
+        entry.postponed()
+        assert entry.upload(COVERS["JPEG"]) == entry.key
+    assert [job.state for job in entry.settled()] == ["done", "done"] and not entry.is_gone()
+
+
 def test_a_delete_job_alone_removes_the_cover(tagging):
     entry = Cover(tagging, COVERS["PNG"])
     entry.write_all()
@@ -513,18 +555,6 @@ def test_a_full_disk_is_tried_again(songs, tmp_path, options, fill):
         assert temporary_files(song.parent) == [] and server.responder_pids() == pids
 
 
-def test_a_disk_that_stays_full_is_given_up(songs, tmp_path):
-    with on_a_small_disk(songs, tmp_path, "size=16m") as (server, song):
-        fill_with_bytes(song.parent)
-        entry = Cover(server, COVERS["JPEG"])
-        with unchanged(song.parent):
-            began = time.monotonic()
-            entry.write(song.name)
-            tag, delete = entry.settled()
-        assert (tag.state, delete.state) == ("failed", "failed") and "space" in tag.reason and not entry.is_gone()
-        assert time.monotonic() - began > 1 + 2 + 4 + 8, "there was time for the disk to become less full"
-
-
 FILE_LIMIT = 2_000_000
 
 
@@ -549,3 +579,10 @@ def test_a_limit_of_the_size_of_files(songs, tmp_path, noise_bytes):
         assert [job.state for job in entry.settled()[2:]] == ["done", "done"]
         assert server.responder_pids() == pids, "nobody died"
     assert look(song, "flac").fronts == [picture] and temporary_files(tmp_path) == []
+
+
+def test_a_disk_that_stays_full_is_given_up(hopeless):
+    entry, began = hopeless
+    tag, delete = entry.settled()
+    assert time.monotonic() - began > 1 + 2 + 4 + 8, "there was time for the disk to become less full"
+    assert (tag.state, delete.state) == ("failed", "failed") and "space" in tag.reason and not entry.is_gone()

@@ -205,3 +205,23 @@ def test_the_work_goes_on_after_a_kill_without_a_request(big_songs, expected):
         wait_until(lambda: work.contents() == expected.after(1) and not temporary_files(work.music), work.entry.jobs)
         work.entry.settled()
         assert_all_is_done(work, expected)
+
+
+@pytest.mark.parametrize("number, states", [(signal.SIGKILL, ("queued", "done", "done")), (signal.SIGSEGV, ("failed", "failed", "failed"))])
+def test_the_program_that_writes_ends_in_the_middle(songs, tmp_path, number, states):
+    """Who kills it may have been short of memory. But a song that makes it crash will do so again."""
+    song = songs.copy("wav", tmp_path, noise_bytes=80_000_000)
+    old = song.read_bytes()
+    with Server(processes=1) as server:
+        server.post("parameter", {"musicFolder": str(tmp_path), "tagRetryPause": "1"})
+        pids = server.wait_for_responders()
+        entry = Cover(server, COVERS[0])
+        entry.write(song)
+        wait_until(lambda: server.tagger_pids() and temporary_files(tmp_path), entry.jobs)
+        os.kill(server.tagger_pids()[0], number)
+        tag, _ = entry.jobs_once(lambda jobs: jobs[0].reason)
+        assert tag.state == states[0] and tag.reason.endswith(".")
+        assert song.read_bytes() == old and temporary_files(tmp_path) == []
+        assert tuple(job.state for job in entry.settled()) == states[1:]
+        assert server.responder_pids() == pids
+    assert (READERS["wav"](song)[0] == [COVERS[0]] if "done" in states else song.read_bytes() == old)
