@@ -117,8 +117,10 @@ std::vector<ImageInfo> SqliteStore::earlierImages(int id) {
 }
 
 std::optional<util::Buffer> SqliteStore::image(const std::string& hash) {
-    return run("read a cover",
-               [&](SqliteConnection& connection) { return sqlite::imageContent(connection, hash); });
+    return run("read a cover", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database()); // the row and its content from one moment
+        return sqlite::imageContent(connection, hash);
+    });
 }
 
 std::optional<util::Buffer> SqliteStore::rendition(const std::string& hash) { return renditions_.find(hash); }
