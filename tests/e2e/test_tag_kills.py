@@ -3,7 +3,6 @@
 
 import contextlib
 import os
-import pathlib
 import random
 import signal
 import threading
@@ -12,7 +11,7 @@ import time
 import pytest
 from jobs import Cover, temporary_files, wait_until
 from pictures import fixture, png
-from server import Server
+from server import Server, wait_for_the_end_of
 from songs import READERS
 
 LONG = bool(os.environ.get("SLEEVERY_LONG"))
@@ -152,22 +151,11 @@ def assert_all_is_done(work, expected):
     assert work.round == 0 or work.entry.is_gone()
 
 
-def is_running(pid):
-    with contextlib.suppress(FileNotFoundError, ProcessLookupError):
-        return pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(") ", 1)[1][0] not in "XZ"
-    return False
-
-
-def wait_for_the_end_of(pids):
-    """A process that is about to end may still take a request, which then has no answer."""
-    wait_until(lambda: not any(map(is_running, pids)), lambda: pids)
-
-
 def kill(pids):
     for pid in pids:
         with contextlib.suppress(ProcessLookupError):
             os.kill(pid, signal.SIGKILL)
-    wait_for_the_end_of(pids)
+    wait_for_the_end_of(pids)  # until then they may still take a request, which would have no answer
 
 
 @pytest.mark.parametrize("processes", [1, 2])
@@ -185,10 +173,8 @@ def test_songs_are_whole_whenever_the_server_is_stopped(big_songs, expected):
     with Server(processes=2) as server:
 
         def stop(work, _):
-            pids = server.wait_for_responders()
             busy = bool(temporary_files(work.music))
             server.stop()
-            wait_for_the_end_of(pids)
             assert temporary_files(work.music) == []
             server.start()
             return busy
