@@ -97,8 +97,9 @@ enum class IfPresent { Replace, Keep };
  * Where entries, images, parameters and jobs live. Many processes may share one store; an object is for one
  * thread. Every operation is a transaction of its own: it is done as a whole or not at all, from then on all
  * processes see it, and it outlives this one. What it reports as kept is on disk, but for what
- * registerEntry(), setParameter() and deleteParameter() do: until flush() a power cut may take that back.
- * Each throws util::Exception when the store fails, and can be called again after that.
+ * registerEntry(), setParameter(), deleteParameter() and queueTagJob() do: until flush(), or the next
+ * operation that is flushed, a power cut may take that back. Each throws util::Exception when the store
+ * fails, and can be called again after that.
  */
 class CoverStore {
 public:

@@ -4,6 +4,10 @@
 #include "store/MatchKey.h"
 #include "store/SearchWords.h"
 
+#include <sqlite3.h>
+
+#include <memory>
+
 namespace store::sqlite {
 namespace {
 
@@ -52,7 +56,7 @@ constexpr const char* selectImageRow = "SELECT id FROM images WHERE hash = ?";
 constexpr const char* insertImage =
     "INSERT INTO images (hash, mime_type, width_pixels, height_pixels, size_bytes, "
     "shown_as_received, content) VALUES (?, ?, ?, ?, ?, ?, ?)";
-constexpr const char* selectContent = "SELECT content FROM images WHERE hash = ?";
+constexpr const char* selectContentRow = "SELECT id FROM images WHERE hash = ?";
 constexpr const char* selectCover =
     "SELECT " IMAGE_COLUMNS "FROM entries e JOIN images i ON i.id = e.image WHERE e.id = ?";
 constexpr const char* updateImage = "UPDATE entries SET image = ? WHERE id = ?";
@@ -185,6 +189,10 @@ std::vector<Entry> matching(SqliteConnection& connection, const char* sql, const
     return readEntries(*statement);
 }
 
+struct BlobCloser {
+    void operator()(sqlite3_blob* blob) const noexcept { sqlite3_blob_close(blob); }
+};
+
 std::int64_t count(SQLite::Statement& statement) {
     statement.executeStep();
     return statement.getColumn(0).getInt64();
@@ -293,12 +301,23 @@ std::vector<ImageInfo> earlierImages(SqliteConnection& connection, int entryId) 
 }
 
 std::optional<util::Buffer> imageContent(SqliteConnection& connection, const std::string& hash) {
-    StatementUse statement = connection.use(selectContent);
-    statement->bind(1, hash);
-    if (!statement->executeStep()) return std::nullopt;
-    const SQLite::Column content = statement->getColumn(0);
-    const auto* bytes = static_cast<const std::byte*>(content.getBlob());
-    return util::Buffer(std::span(bytes, static_cast<std::size_t>(content.getBytes())));
+    std::int64_t row = 0;
+    {
+        StatementUse statement = connection.use(selectContentRow);
+        statement->bind(1, hash);
+        if (!statement->executeStep()) return std::nullopt;
+        row = statement->getColumn(0).getInt64();
+    }
+    sqlite3* database = connection.database().getHandle();
+    sqlite3_blob* opened = nullptr;
+    const int result = sqlite3_blob_open(database, "main", "images", "content", row, 0, &opened);
+    const std::unique_ptr<sqlite3_blob, BlobCloser> blob(opened);
+    if (result != SQLITE_OK) throw SQLite::Exception(database, result);
+    const int size = sqlite3_blob_bytes(blob.get());
+    util::Buffer content(static_cast<std::size_t>(size));
+    if (const int read = sqlite3_blob_read(blob.get(), content.data(), size, 0); read != SQLITE_OK)
+        throw SQLite::Exception(database, read);
+    return content;
 }
 
 std::vector<Entry> emptyEntries(SqliteConnection& connection) {

@@ -32,6 +32,8 @@ void dropEntryImage(SqliteConnection& connection, int entryId);
 
 [[nodiscard]] std::optional<ImageInfo> cover(SqliteConnection& connection, int entryId);
 [[nodiscard]] std::vector<ImageInfo> earlierImages(SqliteConnection& connection, int entryId);
+/** Read piece by piece into the buffer: as a value of a statement, SQLite would put it together in one of its
+ * own. */
 [[nodiscard]] std::optional<util::Buffer> imageContent(SqliteConnection& connection, const std::string& hash);
 
 [[nodiscard]] std::vector<Entry> emptyEntries(SqliteConnection& connection);

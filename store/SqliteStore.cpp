@@ -117,8 +117,10 @@ std::vector<ImageInfo> SqliteStore::earlierImages(int id) {
 }
 
 std::optional<util::Buffer> SqliteStore::image(const std::string& hash) {
-    return run("read a cover",
-               [&](SqliteConnection& connection) { return sqlite::imageContent(connection, hash); });
+    return run("read a cover", [&](SqliteConnection& connection) {
+        SQLite::Transaction transaction(connection.database()); // the row and its content from one moment
+        return sqlite::imageContent(connection, hash);
+    });
 }
 
 std::optional<util::Buffer> SqliteStore::rendition(const std::string& hash) { return renditions_.find(hash); }
@@ -182,19 +184,22 @@ void SqliteStore::flush() {
     unflushed_ = false;
 }
 
-int SqliteStore::queueJob(JobKind kind, int entryId, std::string_view path, bool replace) {
+int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
     int id = 0;
-    write("queue a job", [&](SqliteConnection& connection) {
-        id = checkedId(sqlite::insertJob(connection, kind, entryId, path, replace));
+    // There may be thousands in one request, and a delete job comes behind them.
+    writeUnflushed("queue a job", [&](SqliteConnection& connection) {
+        id = checkedId(sqlite::insertJob(connection, JobKind::WriteTag, entryId, path, replace));
     });
     return id;
 }
 
-int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {
-    return queueJob(JobKind::WriteTag, entryId, path, replace);
+int SqliteStore::queueDeleteJob(int entryId) {
+    int id = 0;
+    write("queue a job", [&](SqliteConnection& connection) {
+        id = checkedId(sqlite::insertJob(connection, JobKind::Delete, entryId, "", false));
+    });
+    return id;
 }
-
-int SqliteStore::queueDeleteJob(int entryId) { return queueJob(JobKind::Delete, entryId, "", false); }
 
 std::vector<Job> SqliteStore::jobs(int entryId) {
     return run("list jobs",

@@ -70,8 +70,6 @@ private:
     template <typename Operation>
     void writeUnflushed(std::string_view doing, Operation operation);
 
-    int queueJob(JobKind kind, int entryId, std::string_view path, bool replace);
-
     std::filesystem::path file_;
     Renditions renditions_;
     std::unique_ptr<SqliteConnection> connection_;

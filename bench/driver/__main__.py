@@ -54,7 +54,7 @@ FULL = Scale(
     starts=30,
     queries=200,
     songs=15,
-    song_seconds=680,
+    song_seconds=760,
 )
 QUICK = Scale(
     rounds=3,

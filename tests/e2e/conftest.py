@@ -7,6 +7,7 @@ import pytest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 from server import Server  # noqa: E402
+from songs import Workshop  # noqa: E402
 
 
 @pytest.fixture
@@ -20,3 +21,9 @@ def shared_server():
     """One server for a module whose tests don't get into each other's way."""
     with Server() as running:
         yield running
+
+
+@pytest.fixture(scope="session")
+def songs(tmp_path_factory):
+    """Song files, made once."""
+    return Workshop(tmp_path_factory.mktemp("songs"))

@@ -3,6 +3,7 @@
 
 import io
 import pathlib
+import random
 
 from PIL import Image, ImageOps
 
@@ -31,3 +32,23 @@ def upright(data):
     """The pixels that a viewer shows, with alpha."""
     with Image.open(io.BytesIO(data)) as image:
         return ImageOps.exif_transpose(image).convert("RGBA")
+
+
+QUARTERS = ((224, 32, 32), (32, 224, 32), (32, 32, 224), (224, 224, 32))
+
+
+def noise(side, format, **options):
+    """A large file: four quarters of different colours, in noise that no encoder makes much smaller."""
+    dark = Image.frombytes("RGB", (side, side), random.Random(side).randbytes(side * side * 3))
+    colours = Image.new("RGB", (2, 2))
+    colours.putdata(QUARTERS)
+    out = io.BytesIO()
+    Image.blend(colours.resize(dark.size, Image.Resampling.NEAREST), dark, 0.5).save(out, format, **options)
+    return out.getvalue()
+
+
+def has_the_quarters(picture):
+    """True for an upright picture that shows what `noise` makes."""
+    small = picture.convert("RGB").resize((2, 2), Image.Resampling.BOX)
+    half = [tuple(value // 2 + 64 for value in colour) for colour in QUARTERS]
+    return all(abs(value - wanted) < 16 for found, expected in zip(small.getdata(), half) for value, wanted in zip(found, expected))

@@ -24,6 +24,41 @@ def free_port():
         return probe.getsockname()[1]
 
 
+def descendants(pids):
+    """These processes and every one that they have started, directly or not."""
+    todo, found = list(pids), []
+    while todo:
+        pid = todo.pop()
+        found.append(pid)
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it may end at any moment
+            for thread in pathlib.Path(f"/proc/{pid}/task").iterdir():
+                todo += map(int, (thread / "children").read_text().split())
+    return found
+
+
+def is_a(program):
+    def runs_it(pid):
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+            return os.readlink(f"/proc/{pid}/exe") == str(program.resolve())
+        return False
+
+    return runs_it
+
+
+def is_running(pid):
+    with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+        return pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(") ", 1)[1][0] not in "XZ"
+    return False
+
+
+def wait_for_the_end_of(pids, seconds=TIMEOUT_SECONDS):
+    deadline = time.monotonic() + seconds
+    while running := list(filter(is_running, pids)):
+        if time.monotonic() > deadline:
+            raise TimeoutError(f"{running} don't end")
+        time.sleep(0.01)
+
+
 class Server:
     """lighttpd with `processes` responders on the state folder `state` (default: a new one that goes in the end).
 
@@ -48,8 +83,10 @@ class Server:
             raise
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, failure=None, *_):
         self.stop()
+        if failure and self.log.exists():
+            print(f"The last words of the server:\n{self.messages()[-3000:]}")
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def start(self):
@@ -77,9 +114,17 @@ class Server:
     def stop(self):
         if self.lighttpd is None:
             return
+        running = descendants([self.lighttpd.pid])
         self.lighttpd.send_signal(signal.SIGTERM)
         self.lighttpd.wait(TIMEOUT_SECONDS)
         self.lighttpd = None
+        while running := list(filter(is_running, descendants(running))):
+            with contextlib.suppress(TimeoutError):
+                wait_for_the_end_of(running, seconds=1)  # they may be in the middle of a request, or of a song
+            # multiwatch does not pass the signal on to a responder that it is just starting, and then waits for it for ever.
+            for pid in filter(is_a(RESPONDER), running):
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(pid, signal.SIGTERM)
 
     def restart(self):
         self.stop()
@@ -105,15 +150,11 @@ class Server:
 
     def responder_pids(self):
         """The responders, that is, the children of multiwatch."""
-        children = lambda pid: [int(child) for child in pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
-        todo, found = [self.lighttpd.pid], []
-        while todo:
-            pid = todo.pop()
-            with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it may end at any moment
-                todo += children(pid)
-                if os.readlink(f"/proc/{pid}/exe") == str(RESPONDER.resolve()):
-                    found.append(pid)
-        return found
+        return list(filter(is_a(RESPONDER), descendants([self.lighttpd.pid])))
+
+    def tagger_pids(self):
+        """What the responders have started to write into song files."""
+        return list(filter(is_a(RESPONDER.with_name("sleevery-tagger")), descendants([self.lighttpd.pid])))
 
     def wait_for_responders(self):
         """The responders, once there are as many as there should be."""

@@ -8,6 +8,7 @@ import sqlite3
 
 import pytest
 from answers import exception, png_of, stored_key
+from disks import fill_up, small_disk
 from pictures import content_type, fixture, png
 from server import Server
 
@@ -83,17 +84,6 @@ def test_an_artist_of_a_megabyte(one_process):
         answer = one_process.upload(png(), "image/png", artist="x" * 1_000_000, title="Long")
         assert answer.text == exception("The artist is longer than 1024 bytes.")
         assert len(one_process.messages()) - before < 2000
-
-
-def small_disk(folder):
-    """Runs a command with a file system of its own, of 3 MiB, on `folder`; it goes with the command."""
-    return ["unshare", "-rm", "sh", "-c", f'mount -t tmpfs -o size=3m none {folder} && exec "$@"', "sh"]
-
-
-def fill_up(path):
-    with path.open("wb", buffering=0) as file, contextlib.suppress(OSError):
-        while file.write(bytes(4096)):
-            pass
 
 
 def test_a_full_disk(tmp_path):

@@ -237,8 +237,8 @@ def test_an_entry_tells_its_jobs_and_their_states(server):
     other = stored_key(server.upload(png(), "image/png", artist="Lowbeam", title="Ebb"))
     with contextlib.closing(sqlite3.connect(server.state / "covers.db")) as store, store:
         store.executemany(
-            "INSERT INTO jobs (kind, entry, image_hash, path, replace, state, reason, attempts, due, temporary_file)"
-            " VALUES (?, ?, '', ?, 1, ?, ?, 0, 0, x'')",
+            "INSERT INTO jobs (kind, entry, image_hash, path, replace, state, reason, attempts, due, temporary_file) "
+            "VALUES (?, ?, '', ?, 1, ?, ?, 0, 0, x'')",
             [("tag", key, b"/music/a.mp3", "done", ""), ("tag", key, b"/music/\xff\x01<&>\".mp3", "failed", "Why: <&>\" \x01\n")])
     answer = server.post("writeTags", [("cacheID", key), ("file", "/nowhere/b.mp3"), ("file", "")])
     assert answer.text.count("<Job id=") == 2, answer.text

@@ -6,8 +6,8 @@
 
 #include <cerrno>
 
-int tests::Flushes::count = 0;
-bool tests::Flushes::failed = false;
+std::atomic<int> tests::Flushes::count = 0;
+std::atomic<bool> tests::Flushes::failed = false;
 
 namespace {
 

@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: MIT
+"""Disks that get full."""
+
+import contextlib
+
+
+def small_disk(folder, options="size=3m"):
+    """Runs a command with a file system of its own on `folder`; it goes with the command."""
+    return ["unshare", "-rm", "sh", "-c", f'mount -t tmpfs -o {options} none {folder} && exec "$@"', "sh"]
+
+
+def fill_up(path):
+    with path.open("wb", buffering=0) as file, contextlib.suppress(OSError):
+        while file.write(bytes(4096)):
+            pass

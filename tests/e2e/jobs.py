@@ -1,0 +1,116 @@
+# SPDX-License-Identifier: MIT
+"""Covers that are to be written into song files, and what the library tells about that."""
+
+import contextlib
+import dataclasses
+import hashlib
+import itertools
+import re
+import time
+
+from answers import is_not_found, png_of, stored_key
+from documents import document
+
+DEADLINE_SECONDS = 60
+NUMBERS = itertools.count(1)
+
+
+def wait_until(condition, what):
+    """Returns once `condition` does so with something true, which may take a while; `what` tells what is the case instead."""
+    deadline = time.monotonic() + DEADLINE_SECONDS
+    while not condition():
+        assert time.monotonic() < deadline, what()
+        time.sleep(0.02)
+
+
+@dataclasses.dataclass(frozen=True)
+class Job:
+    id: int
+    kind: str
+    state: str
+    file: str | None
+    reason: str | None
+
+
+class Cover:
+    """The entry of a song of its own in the library of `server`."""
+
+    def __init__(self, server, image, content_type=None):
+        self.server = server
+        self.song = {"artist": f"Artist{next(NUMBERS)}", "album": "Album", "title": "Title"}
+        self.key = self.upload(image, content_type)
+
+    def upload(self, image, content_type=None):
+        content_type = content_type or ("image/png" if image.startswith(b"\x89PNG") else "image/jpeg")
+        return stored_key(self.server.upload(image, content_type, **self.song))
+
+    def write(self, *files):
+        """Queues the jobs. Returns the ids of those for the files."""
+        answer = self.server.post("writeTags", [("cacheID", self.key), *(("file", file) for file in files)])
+        assert answer.status_code == 200, answer.text
+        ids = [int(id) for id in re.findall(r'<Job id="(\d+)"/>', answer.text)]
+        assert len(ids) == len(files), answer.text
+        return ids
+
+    def entry(self):
+        (entry,) = document(self.server.post("query", self.song), "Query")
+        assert int(entry.get("id")) == self.key
+        return entry
+
+    def jobs(self):
+        return [Job(int(job.get("id")), *map(job.get, ("kind", "state", "file", "reason"))) for job in self.entry().findall("Job")]
+
+    def jobs_once(self, condition):
+        """The jobs, once the condition holds for them."""
+        last = []
+
+        def holds():
+            last[:] = self.jobs()
+            return condition(last)
+
+        wait_until(holds, lambda: last)
+        return last
+
+    def settled(self):
+        """The jobs, once there is nothing left to do."""
+        return self.jobs_once(lambda jobs: all(job.state in ("done", "failed") for job in jobs))
+
+    def postponed(self):
+        """The jobs, once one of them has been tried in vain and is queued again."""
+        return self.jobs_once(lambda jobs: any(job.state == "queued" and job.reason for job in jobs))
+
+    def write_all(self, *files):
+        """Writes the cover into the files, which works."""
+        self.write(*files)
+        jobs = self.settled()
+        assert all(job.state == "done" and job.reason is None for job in jobs), jobs
+
+    def is_gone(self):
+        gone = is_not_found(self.server.get("show", key=self.key))
+        assert (self.entry().find("Image") is None) == gone
+        if not gone:
+            png_of(self.server.get("show", key=self.key))
+        return gone
+
+
+def state_of(path):
+    """All that a change of a file or a folder and what is in it would change."""
+    if path.is_symlink():
+        return "link", path.readlink()
+    status = path.stat()
+    if path.is_dir():
+        return {one.name: state_of(one) for one in path.iterdir()}
+    content = hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else None
+    return content, status.st_ino, status.st_mtime_ns, status.st_mode, status.st_uid
+
+
+@contextlib.contextmanager
+def unchanged(folder):
+    """Checks that what happens inside changes nothing below `folder`, and leaves nothing there."""
+    before = state_of(folder)
+    yield
+    assert state_of(folder) == before
+
+
+def temporary_files(folder):
+    return list(folder.rglob(".sleevery-*"))
