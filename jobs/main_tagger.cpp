@@ -32,11 +32,10 @@ void limit(int resource, rlim_t most) {
 
 /** A file that was made to take all time or memory gets a bounded share, and services come first. */
 void setUp() {
-    constexpr rlim_t gibibyte = rlim_t{1024} * 1024 * 1024;
     limit(RLIMIT_CPU, 600);
     limit(RLIMIT_CORE, 0);
 #ifndef __SANITIZE_ADDRESS__ // which reserves more than any machine has
-    limit(RLIMIT_AS, 2 * gibibyte);
+    limit(RLIMIT_AS, rlim_t{2} * 1024 * 1024 * 1024);
 #endif
     (void)std::signal(SIGXFSZ, SIG_IGN); // a write that is too long fails instead
     (void)setpriority(PRIO_PROCESS, 0, 10);
