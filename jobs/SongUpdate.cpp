@@ -119,7 +119,7 @@ private:
 
 /** Room for the copy, and as much again for whoever else writes there. */
 void needSpace(const SongFolder& folder, std::uint64_t songBytes, std::uint64_t pictureBytes) {
-    constexpr std::uint64_t mebibyte = 1024 * 1024;
+    constexpr std::uint64_t mebibyte = std::uint64_t{1024} * 1024;
     struct statvfs disk = {};
     if (::fstatvfs(folder.get(), &disk) != 0) fail("copy of the song file", errno);
     const std::uint64_t needed = 2 * songBytes + pictureBytes + mebibyte;

@@ -248,13 +248,15 @@ std::string SongUpdate::delayBy(const std::function<void()>& otherProgram) const
 
 TEST_F(SongUpdate, AFileThatIsReplacedMeanwhileIsTheOtherProgramsAndTriedAgain) {
     const fs::path others = fs::canonical(folder()) / "others";
-    const std::string reason = delayBy([&] {
-        writeFile(others, "other");
-        fs::rename(others, song_);
-    });
-    EXPECT_EQ(reason, "The song file was changed by another program meanwhile.");
-    EXPECT_EQ(fileBytes(song_), "other");
-    EXPECT_EQ(namesInAlbum(), std::set<std::string>{"flac.flac"});
+    for (int i = 0; i < 30; ++i) { // it comes now earlier, now later
+        const std::string reason = delayBy([&] {
+            writeFile(others, "other");
+            fs::rename(others, song_);
+        });
+        ASSERT_EQ(reason, "The song file was changed by another program meanwhile.");
+        EXPECT_EQ(fileBytes(song_), "other");
+        EXPECT_EQ(namesInAlbum(), std::set<std::string>{"flac.flac"});
+    }
 }
 
 TEST_F(SongUpdate, AFileThatIsChangedMeanwhileIsTriedAgain) {

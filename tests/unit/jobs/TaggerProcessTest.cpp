@@ -165,10 +165,14 @@ TEST_F(TaggerProcessTest, TheProcessEndsWithTheObject) {
 
 TEST_F(TaggerProcessTest, EndsWhenItsRunnerIsNotThereAnyMore) {
     const fs::path song = makeSong("mp3", folder());
-    const std::string before = fileBytes(song);
-    const std::string temporary = folder() / ".temporary";
-    EXPECT_THROW(tests::run({SLEEVERY_TAGGER, song, temporary, "1200", "1", "1"}), std::runtime_error);
-    EXPECT_TRUE(fileBytes(song) == before);
+    const auto runFor = [&](pid_t runner) {
+        tests::run({"/bin/sh", "-c", "exec \"$0\" \"$@\" 3< \"$(dirname \"$1\")/picture\"", SLEEVERY_TAGGER,
+                    song, folder() / ".temporary", "1200", "1", std::to_string(runner)});
+    };
+    EXPECT_THROW(runFor(1), std::runtime_error);
+    EXPECT_EQ(coverOf(song), "");
+    runFor(::getpid());
+    EXPECT_TRUE(coverOf(song) == jpegOf(64, 1));
 }
 
 /** `ls` shows the folder that is to be the song, its own descriptors, with that of the folder itself. */
