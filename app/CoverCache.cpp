@@ -87,8 +87,9 @@ int storeReceived(store::CoverStore& store, const store::Record& record, const u
         replace ? store::IfPresent::Replace : store::IfPresent::Keep);
 }
 
-jobs::Settings jobSettings(store::CoverStore& store) {
-    app::Parameters parameters(&store);
+jobs::Settings jobSettings(store::CoverStore& store,
+                           const std::shared_ptr<app::Parameters::Complaints>& complaints) {
+    app::Parameters parameters(&store, complaints);
     return {.musicFolder = parameters.text("musicFolder"),
             .maxPictureSidePixels =
                 static_cast<int>(std::min(parameters.number("maxTagPictureSide"), maxSidePixels)),
@@ -101,7 +102,8 @@ jobs::RunnerSetup runnerSetup(const std::filesystem::path& folder) {
     return {.lockFile = folder / "jobs.lock",
             .tagger = program.parent_path() / "sleevery-tagger",
             .openStore = [folder] { return std::make_unique<store::SqliteStore>(folder); },
-            .settings = jobSettings};
+            .settings = [complaints = std::make_shared<app::Parameters::Complaints>()](
+                            store::CoverStore& store) { return jobSettings(store, complaints); }};
 }
 
 } // namespace

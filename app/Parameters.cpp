@@ -71,7 +71,7 @@ std::string Parameters::stored(const ParameterDefinition& definition) const {
 }
 
 void Parameters::complain(const ParameterDefinition& definition, std::string_view value) {
-    if (complaints_.insert(fmt::format("{}={}", definition.name, value)).second)
+    if (complaints_->insert(fmt::format("{}={}", definition.name, value)).second)
         util::logLine(fmt::format("parameter {}: \"{}\" can't be understood, it should be: {}; {} is used",
                                   definition.name, value, definition.unit,
                                   definition.defaultValue.empty() ? "none" : definition.defaultValue));

@@ -5,10 +5,12 @@
 #include "util/ImageHeader.h"
 
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace app {
 
@@ -31,8 +33,16 @@ struct ParameterDefinition {
  */
 class Parameters {
 public:
-    /** `store` must live as long; without one the defaults hold. */
-    explicit Parameters(store::CoverStore* store = nullptr) noexcept : store_(store) {}
+    /** What has been complained of. */
+    using Complaints = std::set<std::string>;
+
+    /**
+     * `store` must live as long; without one the defaults hold.
+     * @param complaints of an earlier object that this one goes on for
+     */
+    explicit Parameters(store::CoverStore* store = nullptr,
+                        std::shared_ptr<Complaints> complaints = std::make_shared<Complaints>()) noexcept
+        : store_(store), complaints_(std::move(complaints)) {}
 
     /** @throws util::Exception when the store fails */
     [[nodiscard]] std::uint64_t number(std::string_view name);
@@ -46,7 +56,7 @@ private:
     void complain(const ParameterDefinition& definition, std::string_view value);
 
     store::CoverStore* store_;
-    std::set<std::string> complaints_;
+    std::shared_ptr<Complaints> complaints_;
 };
 
 } // namespace app

@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 namespace {
 
@@ -41,6 +42,18 @@ TEST(Parameters, AValueThatCantBeUnderstoodIsReportedOnceAndTheDefaultHolds) {
         const std::string said = testing::internal::GetCapturedStderr();
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
         EXPECT_EQ(said.rfind("sleevery.fcgi: parameter queryLimit: ", 0), 0U) << said;
+    }
+}
+
+TEST(Parameters, AnObjectThatGoesOnForAnotherDoesNotRepeatWhatThatHasReported) {
+    const tests::TemporaryFolder folder;
+    store::SqliteStore store(folder.path());
+    store.setParameter({"queryLimit", "many"});
+    const auto complaints = std::make_shared<app::Parameters::Complaints>();
+    for (const bool first : {true, false}) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(app::Parameters(&store, complaints).number("queryLimit"), 100U);
+        EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), !first);
     }
 }
 
