@@ -468,9 +468,9 @@ TEST_F(RunnerTest, WithoutALockFileNothingIsDoneAndSomethingIsSaid) {
 }
 
 TEST_F(RunnerTest, AProcessThatWasStartedWithItsChildrenIgnoredGetsResultsAllTheSame) {
-    const auto before = std::signal(SIGCHLD, SIG_IGN);
     const int id = entry();
-    const int tag = store().queueTagJob(id, song().native(), true);
+    const int tag = store().queueTagJob(id, song().native(), true); // a program makes the song
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
     {
         const Runner runner(setup_);
         expectState(id, tag, JobState::Done);
