@@ -119,12 +119,13 @@ class Server:
         self.lighttpd.wait(TIMEOUT_SECONDS)
         self.lighttpd = None
         while running := list(filter(is_running, descendants(running))):
-            with contextlib.suppress(TimeoutError):
+            try:
                 wait_for_the_end_of(running, seconds=1)  # they may be in the middle of a request, or of a song
-            # multiwatch does not pass the signal on to a responder that it is just starting, and then waits for it for ever.
-            for pid in filter(is_a(RESPONDER), running):
-                with contextlib.suppress(ProcessLookupError):
-                    os.kill(pid, signal.SIGTERM)
+            except TimeoutError:
+                # multiwatch does not pass the signal on to a responder that it is just starting, and waits for it for ever.
+                for pid in filter(is_a(RESPONDER), descendants(running)):
+                    with contextlib.suppress(ProcessLookupError):
+                        os.kill(pid, signal.SIGTERM)
 
     def restart(self):
         self.stop()
