@@ -6,18 +6,18 @@
 #include "util/ImageHeader.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <csignal>
 #include <functional>
 #include <set>
 #include <string>
-#include <thread>
+#include <utility>
 
 namespace {
 
@@ -97,7 +97,7 @@ protected:
         return song_.parent_path() / ".sleevery-0123456789abcdef";
     }
 
-    std::string delayBy(const std::function<void()>& otherProgram) const;
+    std::string delayBy(int event, std::function<void()> otherProgram) const;
 
     fs::path album_ = fs::canonical(folder()) / "album";
     fs::path song_;
@@ -217,59 +217,67 @@ TEST_F(SongUpdate, AFileThatAFileServerHasLentOutIsTriedAgain) {
 }
 
 /**
- * Lets another program do something as soon as the copy has been begun. It may come too late, when everything
- * is done, and gets another chance then.
+ * Another program that does something as soon as something happens in a folder, before the one that made it
+ * happen goes on: the kernel's signal interrupts this very thread. One at a time.
  */
-std::string SongUpdate::delayBy(const std::function<void()>& otherProgram) const {
-    for (int chances = 100; chances > 0; --chances) {
-        writeFile(song_, before_);
-        const util::FileDescriptor watch(::inotify_init1(IN_CLOEXEC));
-        EXPECT_GE(::inotify_add_watch(watch.get(), album_.c_str(), IN_CREATE), 0);
-        const util::FileDescriptor over(::eventfd(0, EFD_CLOEXEC));
-        std::thread other([&] {
-            std::array<pollfd, 2> events{{{watch.get(), POLLIN, 0}, {over.get(), POLLIN, 0}}};
-            ::poll(events.data(), events.size(), -1);
-            if (events[0].revents != 0) otherProgram();
-        });
-        std::string reason;
-        try {
-            write();
-        } catch (const TryAgainLater& e) {
-            reason = e.what();
-        } catch (const std::exception& e) {
-            reason = std::string("for good: ") + e.what();
-        }
-        ::eventfd_write(over.get(), 1);
-        other.join();
-        if (!reason.empty()) return reason;
+class OtherProgram {
+public:
+    /** @param event DN_CREATE, ... */
+    OtherProgram(const fs::path& folder, int event, std::function<void()> act)
+        : folder_(tests::openFile(folder, O_RDONLY | O_DIRECTORY)) {
+        act_ = std::move(act);
+        struct sigaction action = {};
+        action.sa_handler = [](int /*signal*/) { std::exchange(act_, nullptr)(); };
+        ::sigaction(noticeSignal(), &action, nullptr);
+        f_owner_ex self{F_OWNER_TID, ::gettid()};
+        EXPECT_EQ(::fcntl(folder_.get(), F_SETSIG, noticeSignal()), 0);
+        EXPECT_EQ(::fcntl(folder_.get(), F_SETOWN_EX, &self), 0);
+        EXPECT_EQ(::fcntl(folder_.get(), F_NOTIFY, event), 0) << "needs a kernel with CONFIG_DNOTIFY";
     }
-    return "(it was never refused)";
+    OtherProgram(const OtherProgram&) = delete;
+    OtherProgram& operator=(const OtherProgram&) = delete;
+    ~OtherProgram() {
+        EXPECT_EQ(act_, nullptr) << "it never came to act";
+        ::fcntl(folder_.get(), F_NOTIFY, 0);
+        static_cast<void>(std::signal(noticeSignal(), SIG_DFL));
+    }
+
+private:
+    static int noticeSignal() { return SIGRTMIN; }
+
+    static inline std::function<void()> act_;
+    util::FileDescriptor folder_;
+};
+
+/** Lets another program do something when the copy is begun, written or given its attributes. */
+std::string SongUpdate::delayBy(int event, std::function<void()> otherProgram) const {
+    writeFile(song_, before_);
+    const OtherProgram other(album_, event, std::move(otherProgram));
+    return delay();
 }
 
 TEST_F(SongUpdate, AFileThatIsReplacedMeanwhileIsTheOtherProgramsAndTriedAgain) {
     const fs::path others = fs::canonical(folder()) / "others";
-    for (int i = 0; i < 30; ++i) { // it comes now earlier, now later
-        const std::string reason = delayBy([&] {
-            writeFile(others, "other");
-            fs::rename(others, song_);
-        });
-        ASSERT_EQ(reason, "The song file was changed by another program meanwhile.");
+    for (const int event : {DN_CREATE, DN_MODIFY, DN_ATTRIB}) {
+        writeFile(others, "other");
+        EXPECT_EQ(delayBy(event, [&] { fs::rename(others, song_); }),
+                  "The song file was changed by another program meanwhile.");
         EXPECT_EQ(fileBytes(song_), "other");
-        EXPECT_EQ(namesInAlbum(), std::set<std::string>{"flac.flac"});
     }
 }
 
 TEST_F(SongUpdate, AFileThatIsChangedMeanwhileIsTriedAgain) {
-    const std::string reason = delayBy([&] { ::chmod(song_.c_str(), 0640); });
-    EXPECT_EQ(reason, "The song file was changed by another program meanwhile.");
+    EXPECT_EQ(delayBy(DN_CREATE, [&] { ::chmod(song_.c_str(), 0640); }),
+              "The song file was changed by another program meanwhile.");
     EXPECT_TRUE(fileBytes(song_) == before_);
 }
 
 TEST_F(SongUpdate, AProgramThatWaitsToWriteIntoTheFileHasItsTurnFirst) {
-    const std::string reason = delayBy([&] {
-        const util::FileDescriptor writer = tests::openFile(song_, O_WRONLY); // waits
-    });
-    EXPECT_EQ(reason, "Another program is writing into the song file.");
+    const auto wantToWrite = [&] {
+        const util::FileDescriptor writer(::open(song_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        EXPECT_TRUE(!writer && errno == EWOULDBLOCK);
+    };
+    EXPECT_EQ(delayBy(DN_CREATE, wantToWrite), "Another program is writing into the song file.");
     EXPECT_TRUE(fileBytes(song_) == before_);
 }
 
