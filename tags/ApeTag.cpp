@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "tags/ApeTag.h"
+
+#include "tags/ApeSound.h"
 #include "tags/Bytes.h"
+#include "tags/Container.h"
 #include "tags/Formats.h"
 
 #include <algorithm>
@@ -40,9 +44,13 @@ std::vector<std::string> itemsIn(const std::string& bytes, std::size_t count) {
     return items;
 }
 
+std::uint64_t beforeId3v1(const SongFile& file) {
+    const std::uint64_t size = file.size();
+    return size >= id3v1Size && file.read(size - id3v1Size, 3) == "TAG" ? size - id3v1Size : size;
+}
+
 Tag tagOf(const SongFile& file) {
-    std::uint64_t end = file.size();
-    if (end >= id3v1Size && file.read(end - id3v1Size, 3) == "TAG") end -= id3v1Size;
+    const std::uint64_t end = beforeId3v1(file);
     Tag tag{.place = {end, 0}, .items = {}};
     if (end < footerSize) return tag;
     const std::string footer = file.read(end - footerSize, footerSize);
@@ -118,8 +126,21 @@ void writeFront(SongFile& file, const Cover& cover) {
     file.replace(tag.place.at, tag.place.size, render(tag.items));
 }
 
+void checkWhole(const SongFile& file) { ape::checkWhole(file, containerOf(file)); }
+
 } // namespace
 
-const Format apeFormat{tagsOf, bodyOf, writeFront, unlimitedRoom};
+std::uint64_t ape::soundEnd(const SongFile& file) {
+    const std::uint64_t end = beforeId3v1(file);
+    if (end < footerSize) return end;
+    const std::string footer = file.read(end - footerSize, footerSize);
+    if (!footer.starts_with(marker)) return end;
+    const util::ByteReader in = readerOf(footer, subject);
+    const std::uint64_t size =
+        std::uint64_t{in.littleEndian(12, 4)} + ((in.littleEndian(20, 4) & hasHeader) != 0 ? footerSize : 0);
+    return size <= end ? end - size : end;
+}
+
+const Format apeFormat{tagsOf, bodyOf, checkWhole, writeFront, unlimitedRoom};
 
 } // namespace tags

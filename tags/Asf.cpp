@@ -21,6 +21,7 @@ constexpr std::uint32_t bytesType = 1;
 
 constexpr auto headerGuid = "\x30\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv;
 constexpr auto filePropertiesGuid = "\xA1\xDC\xAB\x8C\x47\xA9\xCF\x11\x8E\xE4\x00\xC0\x0C\x20\x53\x65"sv;
+constexpr auto dataGuid = "\x36\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv;
 constexpr auto contentGuid = "\x40\xA4\xD0\xD2\x07\xE3\xD2\x11\x97\xF0\x00\xA0\xC9\x5E\xA8\x50"sv;
 constexpr auto extensionGuid = "\xB5\x03\xBF\x5F\x2E\xA9\xCF\x11\x8E\xE3\x00\xC0\x0C\x20\x53\x65"sv;
 constexpr auto libraryGuid = "\x94\x1C\x23\x44\x98\x94\xD1\x49\xA1\x41\x1D\x13\x4E\x45\x70\x54"sv;
@@ -265,8 +266,28 @@ void writeFront(SongFile& file, const Cover& cover) {
                      reserved + render(header));
 }
 
+/** What was recorded while it was sent may have no length. */
+bool isBroadcast(const std::vector<Object>& header) {
+    constexpr std::size_t flagsAt = 64;
+    const auto properties = std::ranges::find(header, filePropertiesGuid, &Object::guid);
+    return properties == header.end() || properties->content.size() < flagsAt + 4 ||
+           (readerOf(properties->content, subject).byte(flagsAt) & 1U) != 0;
+}
+
+/** The sound stands in one object behind the header, as the Advanced Systems Format has it (section 5). */
+void checkWhole(const SongFile& file) {
+    constexpr std::uint64_t smallest = 50; // one without sound; programs that know no length write that or 0
+    const std::uint64_t at = headerEnd(file);
+    if (isBroadcast(headerOf(file))) return;
+    const std::string data = file.readSome(at, objectHeader);
+    const util::ByteReader in = readerOf(data, subject);
+    if (!in.has(0, objectHeader)) in.truncated();
+    const std::uint64_t size = littleEndian64(in, guidSize);
+    if (in.matches(0, dataGuid) && size >= smallest && size > file.size() - at) in.truncated();
+}
+
 } // namespace
 
-const Format asfFormat{tagsOf, bodyOf, writeFront, unlimitedRoom};
+const Format asfFormat{tagsOf, bodyOf, checkWhole, writeFront, unlimitedRoom};
 
 } // namespace tags

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "tags/ApeTag.h"
 #include "tags/Bytes.h"
+#include "tags/FlacFrames.h"
 #include "tags/Formats.h"
 #include "tags/Id3v2.h"
 #include "tags/Xiph.h"
@@ -113,8 +115,15 @@ void writeFront(SongFile& file, const Cover& cover) {
     file.replace(0, parts.soundAt, head);
 }
 
+void checkWhole(const SongFile& file) {
+    const Parts parts = partsOf(file);
+    const std::uint64_t end = ape::soundEnd(file);
+    if (end > parts.soundAt)
+        flac::checkWhole(file, parts.blocks.front().content, {parts.soundAt, end - parts.soundAt});
+}
+
 } // namespace
 
-const Format flacFormat{tagsOf, bodyOf, writeFront, unlimitedRoom};
+const Format flacFormat{tagsOf, bodyOf, checkWhole, writeFront, unlimitedRoom};
 
 } // namespace tags

@@ -46,6 +46,9 @@ struct Cover {
     return std::numeric_limits<std::uint64_t>::max();
 }
 
+/** Of files that can't be read at all when their end is missing. */
+constexpr void knownByItsParts(const SongFile& /*file*/) noexcept {}
+
 /** How many bytes of padding a tag of `used` bytes gets where `area` bytes had been taken: all that are left,
  * so that the sound stays where it is, unless that wastes too much. */
 [[nodiscard]] constexpr std::size_t paddingFor(std::uint64_t used, std::uint64_t area) noexcept {
@@ -61,6 +64,7 @@ struct Cover {
 struct Format {
     StoredTags (*tagsOf)(const SongFile& file);
     Body (*bodyOf)(const SongFile& file);
+    void (*checkWhole)(const SongFile& file); // throws when it knows that the end of the sound is missing
     void (*writeFront)(SongFile& file, const Cover& cover);
     std::uint64_t (*roomIn)(const SongFile& file); // the largest picture for which this very file has room
 };

@@ -84,7 +84,9 @@ std::size_t maxPictureBytes(const std::filesystem::path& song) { return roomIn(S
 void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture,
                      const util::FileDescriptor& copy) {
     SongFile file(song);
-    formatOf(containerOf(file)).writeFront(file, coverFrom(picture, roomIn(file)));
+    const Format& format = formatOf(containerOf(file));
+    format.checkWhole(file);
+    format.writeFront(file, coverFrom(picture, roomIn(file)));
     file.writeTo(copy);
 }
 

@@ -33,6 +33,7 @@ namespace tags {
 /**
  * Writes a copy of `song` that has `picture`, a JPEG or PNG, as its only front cover, to the empty open file
  * `copy`. The song file itself is only read.
+ * @throws util::Exception also when the end of the sound is missing, as far as the file tells
  * @throws std::system_error when the copy can't be written: the disk is full, for one
  */
 void writeFrontCover(const std::filesystem::path& song, std::span<const std::byte> picture,

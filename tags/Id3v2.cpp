@@ -188,6 +188,14 @@ std::uint64_t lengthAt(const SongFile& file, std::uint64_t at) {
     return std::uint64_t{headerSize} + syncSafe(in, 6) + (footer ? headerSize : 0);
 }
 
+std::uint64_t endOfTags(const SongFile& file) {
+    constexpr int maxTags = 9;
+    std::uint64_t end = 0;
+    for (int i = 0; i < maxTags; ++i)
+        end += lengthAt(file, end);
+    return end;
+}
+
 Tag parse(std::string_view bytes) {
     const util::ByteReader whole = readerOf(bytes, subject);
     if (!whole.matches(0, "ID3")) whole.damaged();

@@ -23,6 +23,9 @@ struct Tag {
 /** The length of the tag at `at`, header and footer included; 0 where there is none. */
 [[nodiscard]] std::uint64_t lengthAt(const SongFile& file, std::uint64_t at);
 
+/** Where the sound can begin: some programs put a new tag before the old ones. Players read the first. */
+[[nodiscard]] std::uint64_t endOfTags(const SongFile& file);
+
 /** @throws util::Exception when it is damaged or of an unknown version */
 [[nodiscard]] Tag parse(std::string_view bytes);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tags/Formats.h"
 #include "tags/Id3v2.h"
+#include "tags/MpegAudio.h"
 #include "text/Utf8.h"
 
 #include <algorithm>
@@ -63,8 +64,10 @@ void writeFront(SongFile& file, const Cover& cover) {
     file.replace(0, length, id3v2::render(tag, paddingFor(id3v2::sizeOf(tag), length)));
 }
 
+void checkWhole(const SongFile& file) { mpeg::checkWhole(file, id3v2::endOfTags(file)); }
+
 } // namespace
 
-const Format mp3Format{tagsOf, bodyOf, writeFront, unlimitedRoom};
+const Format mp3Format{tagsOf, bodyOf, checkWhole, writeFront, unlimitedRoom};
 
 } // namespace tags

@@ -333,6 +333,6 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format mp4Format{tagsOf, bodyOf, writeFront, unlimitedRoom};
+const Format mp4Format{tagsOf, bodyOf, knownByItsParts, writeFront, unlimitedRoom};
 
 } // namespace tags

@@ -328,8 +328,12 @@ void writeFront(SongFile& file, const Cover& cover) {
     file.replace(headers.first.end(), headers.end - headers.first.end(), head);
 }
 
+void checkWhole(const SongFile& file) {
+    forEachPage(file, headersOf(file).end, [](const Page& /*page*/) {});
+}
+
 } // namespace
 
-const Format oggFormat{tagsOf, bodyOf, writeFront, roomIn};
+const Format oggFormat{tagsOf, bodyOf, checkWhole, writeFront, roomIn};
 
 } // namespace tags

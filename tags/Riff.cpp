@@ -65,7 +65,10 @@ Form formOf(const SongFile& file, const Flavour& flavour) {
         form.end = chunk.end();
     }
     const auto isSound = [&](const Chunk& chunk) { return chunk.id == flavour.sound; };
-    if (std::ranges::none_of(form.chunks, isSound)) in.damaged();
+    if (std::ranges::none_of(form.chunks, isSound)) {
+        if (headerSize + std::uint64_t{number(flavour, in, 4)} > file.size()) in.truncated();
+        in.damaged();
+    }
     return form;
 }
 
@@ -167,7 +170,7 @@ void writeFront(SongFile& file, const Cover& cover) {
 
 } // namespace
 
-const Format wavFormat{tagsOf<wav>, bodyOf<wav>, writeFront<wav>, roomIn<wav>};
-const Format aiffFormat{tagsOf<aiff>, bodyOf<aiff>, writeFront<aiff>, roomIn<aiff>};
+const Format wavFormat{tagsOf<wav>, bodyOf<wav>, knownByItsParts, writeFront<wav>, roomIn<wav>};
+const Format aiffFormat{tagsOf<aiff>, bodyOf<aiff>, knownByItsParts, writeFront<aiff>, roomIn<aiff>};
 
 } // namespace tags
