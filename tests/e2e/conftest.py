@@ -6,6 +6,7 @@ import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
+from jobs import temporary_files, with_music  # noqa: E402
 from server import Server  # noqa: E402
 from songs import Workshop  # noqa: E402
 
@@ -27,3 +28,22 @@ def shared_server():
 def songs(tmp_path_factory):
     """Song files, made once."""
     return Workshop(tmp_path_factory.mktemp("songs"))
+
+
+@pytest.fixture(scope="module")
+def tagging(tmp_path_factory):
+    """A server; `music` is the folder with its songs."""
+    with Server() as server:
+        server.music = tmp_path_factory.mktemp("music")
+        with_music(server, server.music)
+        yield server
+        assert temporary_files(server.music) == []
+
+
+@pytest.fixture
+def folder(tagging, request):
+    """A folder of this test's own among the songs, where no temporary file is left behind."""
+    own = tagging.music / request.node.name.replace("/", "_")
+    own.mkdir()
+    yield own
+    assert temporary_files(own) == []

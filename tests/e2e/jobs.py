@@ -10,9 +10,11 @@ import time
 
 from answers import is_not_found, png_of, stored_key
 from documents import document
+from pictures import fixture, png
 
 DEADLINE_SECONDS = 60
 NUMBERS = itertools.count(1)
+COVERS = {"JPEG": fixture("progressive.jpg"), "PNG": png((300, 200), seed=7)}
 
 
 def wait_until(condition, what):
@@ -21,6 +23,12 @@ def wait_until(condition, what):
     while not condition():
         assert time.monotonic() < deadline, what()
         time.sleep(0.02)
+
+
+def with_music(server, music, **parameters):
+    """Tells the server where the songs are."""
+    assert server.post("parameter", {"musicFolder": str(music), "tagRetryPause": "1", **parameters}).status_code == 200
+    return server
 
 
 @dataclasses.dataclass(frozen=True)

@@ -32,6 +32,7 @@ RECIPES = {
 }
 KINDS = list(RECIPES)
 
+SINE = ["-f", "lavfi", "-i", "sine=frequency=440:duration=0.5"]
 FRONT, BACK = 3, 4
 OLD_FRONT, OLD_BACK = png((40, 40), seed=1000), png((30, 30), seed=2000)
 NOTE, ARTIST, ALBUM = "caf\u00e9 \u266b", "The Testers", "Half Seconds"
@@ -42,9 +43,10 @@ def run(*command, **options):
                           stdout=subprocess.PIPE, check=True, **options).stdout
 
 
-def silent_ape():
-    """Nobody packages an encoder, but a second of silence is two words, and a real decoder plays it."""
-    sound = struct.pack("<II24x", 0x80000000, 3)
+def silent_ape(behind=b""):
+    """Nobody packages an encoder, but a second of silence is two words, and a real decoder plays it. It doesn't look at what stands
+    behind that in the sound."""
+    sound = struct.pack("<II24x", 0x80000000, 3) + behind
     descriptor = struct.pack("<4sHHIIIIIQ16x", b"MAC ", 3990, 0, 52, 24, 4, 0, len(sound), 0)
     header = struct.pack("<HHIIIHHI", 1000, 32, 73728, 44100, 1, 16, 2, 44100)
     return descriptor + header + struct.pack("<I", 52 + 24 + 4) + sound
@@ -68,26 +70,22 @@ class Workshop:
     def _make(self, kind, noise_bytes):
         extension, options = RECIPES[kind]
         song = self.folder / f"{kind}-{noise_bytes}.{extension}"
-        if noise_bytes:
-            encode(["-f", "s16le", "-ar", "44100", "-ac", "2", "-i", "-"], options, song, random.Random(kind).randbytes(noise_bytes))
-            return song
+        pcm = random.Random(kind).randbytes(noise_bytes or 0)
+        source = ["-f", "s16le", "-ar", "44100", "-ac", "2", "-i", "-"] if pcm else SINE
         if kind == "ape":
-            song.write_bytes(silent_ape())
+            song.write_bytes(silent_ape(pcm))
         elif kind == "musepack":
-            sine(["-ar", "44100"], self.folder / "sound.wav")
+            encode(source, ["-ar", "44100"], self.folder / "sound.wav", pcm)
             run("mpcenc", "--silent", self.folder / "sound.wav", song)
         else:
-            sine(options, song)
-        add_tags(song, kind)
+            encode(source, options, song, pcm)
+        if not pcm:
+            add_tags(song, kind)
         return song
 
 
 def encode(source, options, song, pcm=b""):
     run("ffmpeg", "-v", "error", "-y", "-bitexact", *source, "-ac", "2", *options, song, input=pcm)
-
-
-def sine(options, song):
-    encode(["-f", "lavfi", "-i", "sine=frequency=440:duration=0.5"], options, song)
 
 
 def add_tags(song, kind):
