@@ -59,7 +59,7 @@ Range packetSize(const util::ByteReader& in) {
     return number;
 }
 
-/** Version 8, by its stream specification: named packets, the last of which is SE. */
+/** Version 8, as its stream is described: named packets, the last of which is SE. */
 void checkPackets(const SongFile& file, Range sound) {
     constexpr std::size_t headSize = 16;
     const std::uint64_t end = sound.at + sound.size;
