@@ -4,7 +4,6 @@
 #include "jobs/FileAttributes.h"
 #include "jobs/Lease.h"
 #include "jobs/SongFolder.h"
-#include "tags/FittingPicture.h"
 #include "tags/FrontCover.h"
 #include "tags/Verification.h"
 #include "util/FileDescriptor.h"
@@ -151,7 +150,7 @@ void writeCover(const SongUpdate& update) {
         folder.flush(); // a run that was killed may have put it there just before
         return;
     }
-    const util::Buffer picture = tags::fittingPicture(
+    const util::Buffer picture = update.fit(
         update.picture, {.maxSidePixels = update.maxSidePixels, .maxBytes = tags::maxPictureBytes(song)});
     if (tags::alreadyHas(song, picture.bytes())) {
         folder.flush();

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tags/PictureLimits.h"
+#include "util/Buffer.h"
 #include "util/Exception.h"
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <span>
 
 namespace jobs {
@@ -15,6 +18,10 @@ public:
     using Exception::Exception;
 };
 
+/** Makes a picture that fits out of one that was received. @throws util::Exception */
+using Fit =
+    std::function<util::Buffer(std::span<const std::byte> received, const tags::PictureLimits& limits)>;
+
 /** What is to be written into which song file. */
 struct SongUpdate {
     std::filesystem::path song;          // absolute, with all links resolved
@@ -22,6 +29,7 @@ struct SongUpdate {
     std::span<const std::byte> picture;  // as it was received
     int maxSidePixels = 1200;
     bool replace = true; // the front cover that is there
+    Fit fit;
 };
 
 /**

@@ -1,83 +1,35 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/SongUpdate.h"
+#include "jobs/Tagger.h"
 #include "jobs/TaggerProtocol.h"
-#include "util/File.h"
+#include "tags/PictureLimits.h"
+#include "util/Buffer.h"
+#include "util/Exception.h"
 
-#include <sys/prctl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <charconv>
-#include <csignal>
-#include <cstdint>
-#include <exception>
-#include <iostream>
-#include <limits>
-#include <string>
-#include <string_view>
+#include <cstddef>
+#include <filesystem>
+#include <span>
 
 namespace {
 
-using jobs::tagger::Done;
-using jobs::tagger::Failed;
-using jobs::tagger::Later;
-
-void limit(int resource, rlim_t most) {
-    rlimit now{};
-    if (getrlimit(static_cast<__rlimit_resource>(resource), &now) != 0) return;
-    now.rlim_cur = std::min(now.rlim_cur, most);
-    setrlimit(static_cast<__rlimit_resource>(resource), &now);
-}
-
-/** A file that was made to take all time or memory gets a bounded share, and services come first. */
-void setUp() {
-    limit(RLIMIT_CPU, 600);
-    limit(RLIMIT_CORE, 0);
-#ifndef __SANITIZE_ADDRESS__ // which reserves more than any machine has
-    limit(RLIMIT_AS, rlim_t{2} * 1024 * 1024 * 1024);
-#endif
-    (void)std::signal(SIGXFSZ, SIG_IGN); // a write that is too long fails instead
-    (void)setpriority(PRIO_PROCESS, 0, 10);
-}
-
-int number(std::string_view text) {
-    int value = -1;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
-int fail(std::string_view reason, int code) {
-    std::cout << reason << std::flush;
-    return code;
+/**
+ * A picture that has to be smaller is left to the program that can make it so, which begins anew in this
+ * one's place: starting it takes longer than most songs do, as libgd brings some fifty libraries along.
+ */
+[[noreturn]] void giveWay(char** arguments) {
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
+    const std::filesystem::path other = self.parent_path() / jobs::tagger::scalingProgram;
+    ::execv(other.c_str(), arguments);
+    throw util::Exception("The program that makes pictures smaller can't be started.");
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
-    if (count != 6) {
-        std::cerr << "sleevery-tagger is started by sleevery.fcgi\n";
-        return Failed;
-    }
-    // A runner that was killed meanwhile has nobody to say so.
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != number(arguments[5])) return Failed;
-    setUp();
-    try {
-        const std::string picturePath = "/proc/self/fd/" + std::to_string(jobs::tagger::pictureDescriptor);
-        const util::Buffer picture =
-            util::readFile(picturePath.c_str(), std::numeric_limits<std::size_t>::max());
-        jobs::writeCover({.song = arguments[1],
-                          .temporaryFile = arguments[2],
-                          .picture = picture.bytes(),
-                          .maxSidePixels = number(arguments[3]),
-                          .replace = number(arguments[4]) != 0});
-        return Done;
-    } catch (const jobs::TryAgainLater& e) {
-        return fail(e.what(), Later);
-    } catch (const std::bad_alloc&) {
-        return fail("There is not enough memory to write the cover.", Later);
-    } catch (const std::exception& e) {
-        return fail(e.what(), Failed);
-    }
+    return jobs::runTagger(count, arguments,
+                           [&](std::span<const std::byte> received, const tags::PictureLimits& limits) {
+                               if (!tags::fits(received, limits)) giveWay(arguments);
+                               return util::Buffer(received);
+                           });
 }

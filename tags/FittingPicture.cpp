@@ -3,10 +3,9 @@
 
 #include "util/Exception.h"
 #include "util/ImageCodec.h"
-#include "util/ImageHeader.h"
 
 #include <algorithm>
-#include <limits>
+#include <cstdint>
 
 namespace tags {
 namespace {
@@ -14,26 +13,13 @@ namespace {
 /** Nobody wants to look at smaller ones. */
 constexpr int minSidePixels = 200;
 
-/** Nothing is refused here that was accepted when it came in. */
-constexpr util::ImageLimits noLimits{.maxBytes = std::numeric_limits<std::size_t>::max(),
-                                     .maxPixels = std::numeric_limits<std::uint64_t>::max()};
-
-bool isFit(const util::ImageHeader& header, std::size_t bytes, const PictureLimits& limits) {
-    const bool type = header.baselineJpeg ||
-                      (!limits.baselineJpegOnly &&
-                       (header.type == util::ImageType::Jpeg || header.type == util::ImageType::Png));
-    return type && header.orientation == 1 &&
-           std::max(header.widthPixels, header.heightPixels) <= limits.maxSidePixels &&
-           bytes <= limits.maxBytes;
-}
-
 util::Pixels scaledTo(util::Pixels pixels, int sidePixels) {
     const int longest = std::max(pixels->sx, pixels->sy);
     if (longest <= sidePixels) return pixels;
-    const auto scaled = [&](int side) {
+    const auto shorter = [&](int side) {
         return std::max(1, static_cast<int>(std::int64_t{side} * sidePixels / longest));
     };
-    return util::scalePixels(*pixels, scaled(pixels->sx), scaled(pixels->sy));
+    return util::scalePixels(*pixels, shorter(pixels->sx), shorter(pixels->sy));
 }
 
 bool hasTransparentParts(const gdImageStruct& pixels) {
@@ -45,11 +31,8 @@ bool hasTransparentParts(const gdImageStruct& pixels) {
     return false;
 }
 
-} // namespace
-
-util::Buffer fittingPicture(std::span<const std::byte> received, const PictureLimits& limits) {
-    const util::ImageHeader header = util::readImageHeader(received, noLimits);
-    if (isFit(header, received.size(), limits)) return util::Buffer(received);
+util::Buffer scaled(std::span<const std::byte> received, const PictureLimits& limits) {
+    const util::ImageHeader header = util::readImageHeader(received, whateverWasAccepted);
     util::Pixels pixels =
         scaledTo(util::decodePixels(received.first(header.usedBytes), header), limits.maxSidePixels);
     const bool asPng = !limits.baselineJpegOnly && header.type != util::ImageType::Jpeg &&
@@ -62,6 +45,12 @@ util::Buffer fittingPicture(std::span<const std::byte> received, const PictureLi
         if (side <= minSidePixels)
             throw util::Exception("The picture doesn't fit into the song file, however small it is made.");
     }
+}
+
+} // namespace
+
+util::Buffer fittingPicture(std::span<const std::byte> received, const PictureLimits& limits) {
+    return fits(received, limits) ? util::Buffer(received) : scaled(received, limits);
 }
 
 } // namespace tags

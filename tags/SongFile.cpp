@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <future>
 #include <system_error>
+#include <utility>
 
 namespace tags {
 namespace {
@@ -28,11 +30,11 @@ constexpr std::size_t maxPieces = 2'000'000;
 /** Hands out the bytes of ranges, a block at a time, without regard to where one range ends. */
 class RangeReader {
 public:
-    RangeReader(const SongFile& file, const std::vector<Range>& ranges)
-        : file_(file), ranges_(ranges), block_(blockBytes) {}
+    RangeReader(const SongFile& file, std::vector<Range> ranges)
+        : file_(file), ranges_(std::move(ranges)), block_(blockBytes) {}
 
     /** Empty at the end; good until the next call. */
-    std::span<const char> next() {
+    std::string_view next() {
         std::size_t filled = 0;
         while (filled < block_.size() && index_ < ranges_.size()) {
             const Range& range = ranges_[index_];
@@ -51,11 +53,39 @@ public:
 
 private:
     const SongFile& file_;
-    const std::vector<Range>& ranges_;
+    std::vector<Range> ranges_;
     std::vector<char> block_;
     std::size_t index_ = 0;
     std::uint64_t done_ = 0;
 };
+
+std::uint64_t sizeOf(const std::vector<Range>& ranges) {
+    std::uint64_t size = 0;
+    for (const Range& range : ranges)
+        size += range.size;
+    return size;
+}
+
+/** The bytes from `from` to `to` of the ranges, counted as if they followed one another. */
+std::vector<Range> part(const std::vector<Range>& ranges, std::uint64_t from, std::uint64_t to) {
+    std::vector<Range> parts;
+    std::uint64_t begin = 0;
+    for (const Range& range : ranges) {
+        const std::uint64_t first = std::clamp(from, begin, begin + range.size);
+        const std::uint64_t last = std::clamp(to, begin, begin + range.size);
+        if (first < last) parts.push_back({range.at + (first - begin), last - first});
+        begin += range.size;
+    }
+    return parts;
+}
+
+bool sameBytes(RangeReader one, RangeReader other) {
+    while (true) {
+        const std::string_view block = one.next();
+        if (block != other.next()) return false;
+        if (block.empty()) return true;
+    }
+}
 
 [[noreturn]] void failWriting() { throw std::system_error(errno, std::generic_category()); }
 
@@ -159,6 +189,11 @@ void SongFile::seek(std::uint64_t at) const noexcept {
 
 /** @return how many bytes there were */
 std::size_t SongFile::readUpTo(std::uint64_t at, std::span<char> target) const {
+    if (pieces_.size() == 1 && pieces_.front().inFile()) { // nothing is noted, so that any thread may
+        const std::uint64_t left = size_ - std::min(at, size_);
+        const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(target.size(), left));
+        return tags::readUpTo(file_, pieces_.front().at + at, target.first(length));
+    }
     std::size_t done = 0;
     for (seek(at); done < target.size() && index_ < pieces_.size(); seek(at + done)) {
         const Piece& piece = pieces_[index_];
@@ -241,13 +276,17 @@ void checkCount(std::size_t parts) {
 
 bool sameBytes(const SongFile& one, const std::vector<Range>& ofOne, const SongFile& other,
                const std::vector<Range>& ofOther) {
-    RangeReader first(one, ofOne);
-    RangeReader second(other, ofOther);
-    while (true) {
-        const std::span<const char> block = first.next();
-        if (!std::ranges::equal(block, second.next())) return false;
-        if (block.empty()) return true;
-    }
+    const std::uint64_t size = sizeOf(ofOne);
+    if (size != sizeOf(ofOther)) return false;
+    const auto same = [&](std::uint64_t from, std::uint64_t to) {
+        return sameBytes(RangeReader(one, part(ofOne, from, to)),
+                         RangeReader(other, part(ofOther, from, to)));
+    };
+    // Most of the work is the kernel's, which copies what it has in memory; two processors do it in half the
+    // time.
+    auto secondHalf = std::async(std::launch::async, same, size / 2, size);
+    const bool firstHalf = same(0, size / 2);
+    return secondHalf.get() && firstHalf;
 }
 
 } // namespace tags

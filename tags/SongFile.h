@@ -29,7 +29,8 @@ struct Range {
 
 /**
  * A song file, and what it is to become: parts of it can be replaced, which changes only the object, and the
- * result is written to another file in one go. One thread at a time.
+ * result is written to another file in one go. One thread at a time; several may read at once while nothing
+ * has been replaced.
  */
 class SongFile {
 public:

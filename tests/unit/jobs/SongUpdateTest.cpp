@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/SongUpdate.h"
 
+#include "tags/FittingPicture.h"
 #include "tests/unit/jobs/Descriptors.h"
 #include "tests/unit/tags/SongTest.h"
 #include "util/ImageHeader.h"
@@ -48,7 +49,8 @@ protected:
                           .temporaryFile = temporaryFile(),
                           .picture = bytesOf(change.cover),
                           .maxSidePixels = change.maxSidePixels,
-                          .replace = change.replace});
+                          .replace = change.replace,
+                          .fit = tags::fittingPicture});
     }
 
     /** Why writing is refused for good, and that it leaves everything as it was. */

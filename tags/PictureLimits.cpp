@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#include "tags/PictureLimits.h"
+
+#include <algorithm>
+
+namespace tags {
+
+bool fits(std::span<const std::byte> received, const PictureLimits& limits) {
+    const util::ImageHeader header = util::readImageHeader(received, whateverWasAccepted);
+    const bool type = header.baselineJpeg ||
+                      (!limits.baselineJpegOnly &&
+                       (header.type == util::ImageType::Jpeg || header.type == util::ImageType::Png));
+    return type && header.orientation == 1 &&
+           std::max(header.widthPixels, header.heightPixels) <= limits.maxSidePixels &&
+           received.size() <= limits.maxBytes;
+}
+
+} // namespace tags
