@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace net {
@@ -22,7 +23,11 @@ struct HttpAnswer {
     int status = 0;          // of the last answer, after all redirects
     std::string contentType; // as the server says; empty when it says nothing
     std::string body;
+    std::optional<std::chrono::seconds> retryAfter; // when the server wants to be asked again
 };
+
+/** However long a server wants to be left alone, an answer's `retryAfter` is not more. */
+inline constexpr std::chrono::seconds maxRetryAfter = std::chrono::hours(24);
 
 /**
  * Fetches from web servers over http and https and keeps their connections for the next call. Certificates
@@ -35,19 +40,14 @@ public:
 
     /**
      * GET, and after at most five redirects the answer, whatever its status.
-     * While names are resolved, the system's resolver may exceed the time-out by its own.
      * @throws util::Exception when there is no whole answer within the limits. Its sentence does not name the
      * address, which may hold a password
      */
     [[nodiscard]] HttpAnswer get(const std::string& url);
 
 private:
-    struct HandleDeleter {
-        void operator()(void* handle) const noexcept;
-    };
-
     HttpSettings settings_;
-    std::unique_ptr<void, HandleDeleter> handle_; // libcurl's
+    std::unique_ptr<void, void (*)(void*)> handle_; // libcurl's
 };
 
 } // namespace net

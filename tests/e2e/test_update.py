@@ -162,7 +162,7 @@ def test_the_request_names_the_product(one_process, web):
     update(one_process, web.url("/cover.jpg"), **SONG)
     path, headers = web.requests[-1]
     assert path == "/cover.jpg"
-    assert re.fullmatch(r"sleevery/\d+\.\d+\.\d+", headers["User-Agent"])
+    assert re.fullmatch(r"sleevery/\d+\.\d+\.\d+ \( https://\S+ \)", headers["User-Agent"])
 
 
 def test_the_url_is_written_raw_where_it_failed(one_process, web):

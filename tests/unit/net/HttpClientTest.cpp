@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "net/HttpClient.h"
 #include "tests/unit/net/LoopbackServer.h"
+#include "tests/unit/net/SilentResolver.h"
 #include "util/Exception.h"
 
 #include <gtest/gtest.h>
@@ -42,11 +43,10 @@ TEST(HttpClient, NamesItselfAndSendsNoMoreThanItMust) {
     LoopbackServer server(always(httpAnswer(picture)));
     net::HttpClient client;
     (void)client.get(server.url("/cover.png?size=1"));
-    EXPECT_EQ(
-        server.connections().at(0).at(0),
-        fmt::format("GET /cover.png?size=1 HTTP/1.1\r\nHost: 127.0.0.1:{}\r\nUser-Agent: sleevery/{}\r\n"
-                    "Accept: */*\r\n\r\n",
-                    server.port(), SLEEVERY_VERSION));
+    EXPECT_EQ(server.connections().at(0).at(0),
+              fmt::format("GET /cover.png?size=1 HTTP/1.1\r\nHost: 127.0.0.1:{}\r\nUser-Agent: {}\r\n"
+                          "Accept: */*\r\n\r\n",
+                          server.port(), "sleevery/" SLEEVERY_VERSION " ( " SLEEVERY_HOME_PAGE " )"));
 }
 
 TEST(HttpClient, LeavesTheStatusToTheCaller) {
@@ -206,6 +206,13 @@ TEST(HttpClient, DoesNotWaitForASlowServer) {
         });
         EXPECT_EQ(failure(server.url("/"), settings), "The server did not answer in time.");
     }
+}
+
+TEST(HttpClient, DoesNotWaitForTheResolver) {
+    const tests::SilentResolver resolver;
+    EXPECT_EQ(failure(fmt::format("http://{}/", tests::SilentResolver::name), {.totalTimeout = 100ms}),
+              "The server did not answer in time.");
+    tests::SilentResolver::waitUntilAsked();
 }
 
 TEST(HttpClient, DoesNotTakeABodyThatIsShorterThanAnnounced) {

@@ -94,8 +94,8 @@ private:
 };
 
 /**
- * A web server on 127.0.0.1 with one connection at a time. The handler answers one request; what it returns
- * tells whether the connection stays open for the next one.
+ * A web server on 127.0.0.1. The handler answers one request; what it returns tells whether the connection
+ * stays open for the next one. Each connection has a thread of its own, in which the handler is called.
  */
 class LoopbackServer {
 public:
@@ -103,7 +103,7 @@ public:
 
     explicit LoopbackServer(Handler handler)
         : handler_(std::move(handler)), stop_(::eventfd(0, EFD_CLOEXEC)) {
-        if (!stop_ || ::listen(socket_.get(), 8) != 0) throw std::runtime_error("no server");
+        if (!stop_ || ::listen(socket_.get(), 128) != 0) throw std::runtime_error("no server");
         thread_ = std::thread([this] { serve(); });
     }
     LoopbackServer(const LoopbackServer&) = delete;
@@ -124,16 +124,23 @@ public:
 
 private:
     void serve() {
+        std::vector<std::jthread> conversations;
         for (;;) {
             std::array<pollfd, 2> waiting{{{socket_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
             if (::poll(waiting.data(), waiting.size(), -1) <= 0 || waiting[1].revents != 0) return;
-            const util::FileDescriptor accepted(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-            Client client(accepted.get(), stop_.get());
+            util::FileDescriptor accepted(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
             note([&] { connections_.emplace_back(); });
-            for (std::string head = client.readHead(); !head.empty(); head = client.readHead()) {
-                note([&] { connections_.back().push_back(head); });
-                if (!handler_(client, head)) break;
-            }
+            conversations.emplace_back([this, number = conversations.size()](
+                                           util::FileDescriptor socket) { talk(std::move(socket), number); },
+                                       std::move(accepted));
+        }
+    }
+
+    void talk(util::FileDescriptor socket, std::size_t number) {
+        Client client(socket.get(), stop_.get());
+        for (std::string head = client.readHead(); !head.empty(); head = client.readHead()) {
+            note([&] { connections_[number].push_back(head); });
+            if (!handler_(client, head)) break;
         }
     }
 
@@ -173,6 +180,15 @@ inline LoopbackServer::Handler always(std::string answer) {
     return [answer = std::move(answer)](Client& client, const std::string&) {
         client.send(answer);
         return false;
+    };
+}
+
+/** A handler that answers with `body` and keeps the connection. */
+inline LoopbackServer::Handler alwaysKeeping(const std::string& body) {
+    return [answer = fmt::format("HTTP/1.1 200 OK\r\nContent-Length: {}\r\n\r\n{}", body.size(), body)](
+               Client& client, const std::string&) {
+        client.send(answer);
+        return true;
     };
 }
 

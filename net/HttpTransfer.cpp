@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: MIT
+#include "net/HttpTransfer.h"
+
+#include "net/Address.h"
+
+#include <strings.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <ctime>
+#include <limits>
+#include <new>
+#include <optional>
+#include <string_view>
+
+namespace net {
+namespace {
+
+constexpr long maxRedirects = 5;
+constexpr std::size_t maxHeaderBytes = std::size_t{256} * 1024; // of all answers on the way
+constexpr const char* brokenOff = "The server broke the connection off.";
+
+/**
+ * With the first handle, not with the process: the tables of the TLS library take more than 2 MiB, and most
+ * processes never fetch anything.
+ */
+void setUpOnce() {
+    static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT); // thread-safe since libcurl 7.84
+    if (code != CURLE_OK) throw util::Exception("The network library can't be set up.");
+    // A TLS connection that the server has left would end the process at the next write.
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+}
+
+/** libcurl would guess a scheme, and end the text at a NUL. */
+void refuseOtherSchemes(const std::string& url) {
+    const bool web =
+        ::strncasecmp(url.c_str(), "http://", 7) == 0 || ::strncasecmp(url.c_str(), "https://", 8) == 0;
+    if (!web) throw util::Exception("The address is neither http nor https.");
+    if (url.find('\0') != std::string::npos) throw util::Exception("The address is malformed.");
+}
+
+/** From the text of a header: a number of seconds, or a date. libcurl's own reading can't tell 0 from none.
+ */
+std::optional<std::chrono::seconds> pause(const char* text) {
+    const std::string_view digits(text);
+    std::int64_t seconds = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
+    if (error == std::errc::invalid_argument || end != digits.data() + digits.size()) {
+        const std::time_t date = curl_getdate(text, nullptr);
+        if (date == -1) return std::nullopt;
+        seconds = date - std::time(nullptr);
+    } else if (error == std::errc::result_out_of_range) {
+        seconds = std::numeric_limits<std::int64_t>::max();
+    }
+    return std::clamp(std::chrono::seconds(seconds), std::chrono::seconds(0), maxRetryAfter);
+}
+
+std::optional<std::chrono::seconds> retryAfter(CURL* handle) {
+    constexpr int lastAnswer = -1;
+    curl_header* header = nullptr; // libcurl's
+    const CURLHcode code = curl_easy_header(handle, "Retry-After", 0, CURLH_HEADER, lastAnswer, &header);
+    return code == CURLHE_OK ? pause(header->value) : std::nullopt;
+}
+
+} // namespace
+
+CurlHandle newCurlHandle() {
+    setUpOnce();
+    CurlHandle handle(curl_easy_init(), &curl_easy_cleanup);
+    if (!handle) throw std::bad_alloc();
+    return handle;
+}
+
+HttpTransfer::HttpTransfer(CURL* handle, const HttpSettings& settings, const std::string& url)
+    : handle_(handle), settings_(settings) {
+    refuseOtherSchemes(url);
+    configure();
+    setOption(handle_, CURLOPT_URL, url.c_str());
+}
+
+void HttpTransfer::configure() {
+    curl_easy_reset(handle_);                                // of all but the connections
+    setOption(handle_, CURLOPT_PROTOCOLS_STR, "http,https"); // redirects included
+    setOption(handle_, CURLOPT_FOLLOWLOCATION, 1L);
+    setOption(handle_, CURLOPT_MAXREDIRS, maxRedirects);
+    // The environment's proxy would see what is fetched, and hide whose address it is.
+    setOption(handle_, CURLOPT_PROXY, "");
+    setOption(handle_, CURLOPT_USERAGENT, "sleevery/" SLEEVERY_VERSION " ( " SLEEVERY_HOME_PAGE " )");
+    setOption(handle_, CURLOPT_NOSIGNAL, 1L);
+    setOption(handle_, CURLOPT_QUICK_EXIT, 1L); // a time-out does not wait for the system's resolver
+    setOption(handle_, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(settings_.connectTimeout.count()));
+    setOption(handle_, CURLOPT_TIMEOUT_MS, static_cast<long>(settings_.totalTimeout.count()));
+    setOption(handle_, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(settings_.maxBodyBytes));
+    setOption(handle_, CURLOPT_OPENSOCKETFUNCTION, &HttpTransfer::openSocket);
+    setOption(handle_, CURLOPT_OPENSOCKETDATA, this);
+    setOption(handle_, CURLOPT_HEADERFUNCTION, &HttpTransfer::takeHeader);
+    setOption(handle_, CURLOPT_HEADERDATA, this);
+    setOption(handle_, CURLOPT_WRITEFUNCTION, &HttpTransfer::takeBody);
+    setOption(handle_, CURLOPT_WRITEDATA, this);
+    setOption(handle_, CURLOPT_NOPROGRESS, 0L);
+    setOption(handle_, CURLOPT_XFERINFOFUNCTION, &HttpTransfer::watchSize);
+    setOption(handle_, CURLOPT_XFERINFODATA, this);
+}
+
+HttpAnswer HttpTransfer::answer(CURLcode code) {
+    if (failure_) std::rethrow_exception(failure_);
+    if (code != CURLE_OK) throw util::Exception(sentence(code));
+    if (!headersEnded_) throw util::Exception(brokenOff);
+    long status = 0;
+    const char* contentType = nullptr; // libcurl's
+    curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &status);
+    curl_easy_getinfo(handle_, CURLINFO_CONTENT_TYPE, &contentType);
+    return {.status = static_cast<int>(status),
+            .contentType = contentType == nullptr ? "" : contentType,
+            .body = std::move(body_),
+            .retryAfter = retryAfter(handle_)};
+}
+
+void HttpTransfer::refuseSize() const {
+    throw util::Exception(
+        fmt::format("The server's answer is larger than {} bytes.", settings_.maxBodyBytes));
+}
+
+std::string HttpTransfer::sentence(CURLcode code) const {
+    switch (static_cast<int>(code)) {
+    case CURLE_UNSUPPORTED_PROTOCOL:
+        return "The address leads to something other than a web server.";
+    case CURLE_URL_MALFORMAT:
+        return "The address, or one that it is redirected to, is malformed.";
+    case CURLE_COULDNT_RESOLVE_HOST:
+        return "The server's name is unknown.";
+    case CURLE_COULDNT_CONNECT:
+        return refusedAddress_
+                   ? "The server has a private address, which the parameter privateAddresses denies."
+                   : "The server can't be reached.";
+    case CURLE_OPERATION_TIMEDOUT:
+        return tooLate;
+    case CURLE_TOO_MANY_REDIRECTS:
+        return fmt::format("The server redirects more than {} times.", maxRedirects);
+    case CURLE_PARTIAL_FILE:
+        return "The server's answer is shorter than announced.";
+    case CURLE_FILESIZE_EXCEEDED:
+        return fmt::format("The server's answer is larger than {} bytes.", settings_.maxBodyBytes);
+    case CURLE_GOT_NOTHING:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+        return brokenOff;
+    case CURLE_BAD_CONTENT_ENCODING:
+        return "The server's answer can't be unpacked.";
+    case CURLE_PEER_FAILED_VERIFICATION:
+        return "The server's certificate can't be trusted.";
+    default:
+        return fmt::format("The server can't be asked: {}.", curl_easy_strerror(code));
+    }
+}
+
+/** Does `action` for libcurl. @return false when it throws; the exception is kept, then */
+template <typename Action>
+bool HttpTransfer::succeeds(Action action) noexcept {
+    try {
+        action();
+        return true;
+    } catch (...) {
+        failure_ = std::current_exception();
+        return false;
+    }
+}
+
+/** The bytes have been unpacked, and their number has no longer to do with what was announced. */
+std::size_t HttpTransfer::takeBody(const char* data, std::size_t size, std::size_t count,
+                                   void* self) noexcept {
+    auto& transfer = *static_cast<HttpTransfer*>(self);
+    const std::string_view bytes(data, size * count);
+    const bool taken = transfer.succeeds([&] {
+        if (bytes.size() > transfer.settings_.maxBodyBytes - transfer.body_.size()) transfer.refuseSize();
+        transfer.body_.append(bytes);
+    });
+    return taken ? bytes.size() : CURL_WRITEFUNC_ERROR;
+}
+
+std::size_t HttpTransfer::takeHeader(const char* data, std::size_t size, std::size_t count,
+                                     void* self) noexcept {
+    auto& transfer = *static_cast<HttpTransfer*>(self);
+    const std::string_view line(data, size * count);
+    if (line.starts_with("HTTP/")) transfer.headersEnded_ = false;
+    if (line == "\r\n" || line == "\n") transfer.headersEnded_ = true;
+    const bool taken = transfer.succeeds([&] {
+        transfer.headerBytes_ += line.size();
+        if (transfer.headerBytes_ > maxHeaderBytes)
+            throw util::Exception("The server's answer has too many headers.");
+    });
+    return taken ? line.size() : CURL_WRITEFUNC_ERROR;
+}
+
+/** The body of a redirect never reaches takeBody(), and is read all the same. */
+int HttpTransfer::watchSize(void* self, curl_off_t /*announced*/, curl_off_t received, curl_off_t /*toSend*/,
+                            curl_off_t /*sent*/) noexcept {
+    auto& transfer = *static_cast<HttpTransfer*>(self);
+    const bool goOn = transfer.succeeds([&] {
+        if (static_cast<std::size_t>(received) > transfer.settings_.maxBodyBytes) transfer.refuseSize();
+    });
+    return goOn ? 0 : 1;
+}
+
+/** The one place where an address is known for certain: a name can lead elsewhere between check and use. */
+curl_socket_t HttpTransfer::openSocket(void* self, curlsocktype /*purpose*/,
+                                       curl_sockaddr* address) noexcept {
+    auto& transfer = *static_cast<HttpTransfer*>(self);
+    if (transfer.settings_.privateAddresses == PrivateAddresses::Deny && !isPublic(address->addr)) {
+        transfer.refusedAddress_ = true;
+        return CURL_SOCKET_BAD;
+    }
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+} // namespace net
