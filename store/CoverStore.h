@@ -93,11 +93,28 @@ struct SearchResult {
 
 enum class IfPresent { Replace, Keep };
 
+/** How often a web service may be asked: `burst` requests at once after a pause, and one more every
+ * `interval`. */
+struct Pace {
+    std::chrono::milliseconds interval{1000};
+    int burst = 1;
+};
+
+/** What is known of a web service's health. */
+struct ServiceState {
+    int failures = 0;                // in a row
+    std::string reason;              // of the last one
+    Clock::time_point pausedUntil{}; // it is left alone until then
+
+    bool operator==(const ServiceState&) const = default;
+};
+
 /**
  * Where entries, images, parameters and jobs live. Many processes may share one store; an object is for one
  * thread. Every operation is a transaction of its own: it is done as a whole or not at all, from then on all
  * processes see it, and it outlives this one. What it reports as kept is on disk, but for what
- * registerEntry(), setParameter(), deleteParameter() and queueTagJob() do: until flush(), or the next
+ * registerEntry(), setParameter(), deleteParameter(), queueTagJob(), offerImage() and what concerns web
+ * services do: until flush(), or the next
  * operation that is flushed, a power cut may take that back. Each throws util::Exception when the store
  * fails, and can be called again after that.
  */
@@ -143,6 +160,16 @@ public:
     virtual void keepRendition(const std::string& hash, std::span<const std::byte> png,
                                std::uint64_t maxTotalBytes) = 0;
 
+    /**
+     * Keeps an image that belongs to no entry, so that image() finds it for a while: the last
+     * maxOfferedImages of them, and no more than maxOfferedBytes; the newest in any case.
+     * @return its hash
+     */
+    virtual std::string offerImage(const NewImage& image) = 0;
+
+    static constexpr int maxOfferedImages = 200;
+    static constexpr std::int64_t maxOfferedBytes = std::int64_t{256} * 1024 * 1024;
+
     /** Entries of which each field has every word of `search`, the last word of a field as a prefix. */
     virtual SearchResult search(const Search& search, int limit) = 0;
 
@@ -158,6 +185,27 @@ public:
     /** Brings everything to disk that was done through this object, in one go. After a failure it is still to
      * be done. */
     virtual void flush() = 0;
+
+    // What web services answered, and how they are to be treated.
+
+    /** About how many answers are kept: those that expire first go now and then. */
+    static constexpr int maxKeptAnswers = 20'000;
+
+    /** What was kept under `key`, unless it has expired. */
+    virtual std::optional<std::string> keptAnswer(std::string_view key, Clock::time_point now) = 0;
+    virtual void keepAnswer(std::string_view key, std::string_view answer, Clock::time_point expires) = 0;
+
+    /**
+     * Reserves the service's next turn for the caller.
+     * @return when that is, `now` at the earliest; nothing, and nothing is reserved, when it is after
+     * `latest`
+     */
+    virtual std::optional<Clock::time_point> reserveTurn(std::string_view service, const Pace& pace,
+                                                         Clock::time_point now, Clock::time_point latest) = 0;
+
+    /** As it was set last; one without failures for a service that nothing is known of. */
+    virtual ServiceState serviceState(std::string_view service) = 0;
+    virtual void setServiceState(std::string_view service, const ServiceState& state) = 0;
 
     /** Queue a job for an entry id and a path that nobody has checked. @return its id, greater than 0 */
     virtual int queueTagJob(int entryId, std::string_view path, bool replace) = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "store/SqliteJobs.h"
 
+#include "store/SqliteStatements.h"
+
 namespace store::sqlite {
 namespace {
 
@@ -79,15 +81,6 @@ std::vector<Job> readJobs(SQLite::Statement& statement) {
     return jobs;
 }
 
-std::int64_t milliseconds(Clock::time_point time) {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
-}
-
-void bindBytes(SQLite::Statement& statement, int index, std::string_view bytes) {
-    // An empty view may have no address, and SQLite makes that NULL.
-    statement.bind(index, bytes.empty() ? "" : bytes.data(), static_cast<int>(bytes.size()));
-}
-
 } // namespace
 
 std::int64_t insertJob(SqliteConnection& connection, JobKind kind, int entryId, std::string_view path,
@@ -109,7 +102,7 @@ std::vector<Job> jobsOf(SqliteConnection& connection, int entryId) {
 
 std::optional<Job> nextJob(SqliteConnection& connection, Clock::time_point now) {
     StatementUse statement = connection.use(selectNext);
-    statement->bind(1, milliseconds(now));
+    statement->bind(1, toMilliseconds(now));
     statement->bind(2, std::chrono::milliseconds(CoverStore::maxPostponement).count());
     if (!statement->executeStep()) return std::nullopt;
     return readJob(*statement);
@@ -119,7 +112,7 @@ std::optional<Clock::time_point> nextJobDue(SqliteConnection& connection) {
     StatementUse statement = connection.use(selectDue);
     statement->executeStep();
     if (statement->isColumnNull(0)) return std::nullopt;
-    return Clock::time_point(std::chrono::milliseconds(statement->getColumn(0).getInt64()));
+    return fromMilliseconds(statement->getColumn(0).getInt64());
 }
 
 std::vector<Job> runningJobs(SqliteConnection& connection) {
@@ -150,7 +143,7 @@ void putBackJob(SqliteConnection& connection, int id) {
 void postponeJob(SqliteConnection& connection, int id, const std::string& reason, Clock::time_point due) {
     StatementUse statement = connection.use(updatePostponed);
     statement->bind(1, reason);
-    statement->bind(2, milliseconds(due));
+    statement->bind(2, toMilliseconds(due));
     statement->bind(3, id);
     statement->exec();
 }

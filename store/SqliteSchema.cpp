@@ -17,7 +17,7 @@ constexpr int applicationId = 0x736C7679; // "slvy"; `file` and SQLite's own too
  * migrations[n] takes a database from version n to n + 1. One that has been released is never edited: a
  * change is a new one. docs/store.md explains the tables.
  */
-constexpr std::array<const char*, 1> migrations = {
+constexpr std::array<const char*, 2> migrations = {
     R"sql(
 CREATE TABLE images (
     id                INTEGER PRIMARY KEY,
@@ -91,6 +91,29 @@ CREATE TABLE jobs (
 );
 CREATE INDEX jobs_by_entry ON jobs (entry);
 CREATE INDEX jobs_open ON jobs (id) WHERE state IN ('queued', 'running');
+)sql",
+    R"sql(
+CREATE TABLE offered_images (
+    id    INTEGER PRIMARY KEY,
+    image INTEGER NOT NULL UNIQUE REFERENCES images (id)
+);
+
+CREATE TABLE answers (
+    id         INTEGER PRIMARY KEY,
+    key        TEXT    NOT NULL UNIQUE,
+    expires    INTEGER NOT NULL, -- milliseconds since 1970
+    size_bytes INTEGER NOT NULL,
+    answer     BLOB    NOT NULL
+);
+CREATE INDEX answers_by_expiry ON answers (expires, size_bytes); -- all that it takes to say which are too many
+
+CREATE TABLE services (
+    name         TEXT    PRIMARY KEY,
+    turn         INTEGER NOT NULL DEFAULT 0, -- when it will have come to rest; milliseconds since 1970
+    failures     INTEGER NOT NULL DEFAULT 0,
+    reason       TEXT    NOT NULL DEFAULT '',
+    paused_until INTEGER NOT NULL DEFAULT 0  -- milliseconds since 1970
+) WITHOUT ROWID;
 )sql",
 };
 

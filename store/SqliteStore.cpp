@@ -3,8 +3,10 @@
 
 #include "store/MatchKey.h"
 #include "store/Sha256.h"
+#include "store/SqliteAnswers.h"
 #include "store/SqliteConnection.h"
 #include "store/SqliteEntries.h"
+#include "store/SqliteImages.h"
 #include "store/SqliteJobs.h"
 #include "util/Exception.h"
 
@@ -130,6 +132,15 @@ void SqliteStore::keepRendition(const std::string& hash, std::span<const std::by
     renditions_.keep(hash, png, maxTotalBytes);
 }
 
+std::string SqliteStore::offerImage(const NewImage& image) {
+    std::string hash = sha256(image.bytes);
+    writeUnflushed("offer an image", [&](SqliteConnection& connection) {
+        sqlite::offerImage(connection, sqlite::imageRow(connection, hash, image));
+    });
+    connection_->releaseMemory();
+    return hash;
+}
+
 SearchResult SqliteStore::search(const Search& search, int limit) {
     return run("search", [&](SqliteConnection& connection) {
         SQLite::Transaction transaction(connection.database()); // entries and their number from one moment
@@ -182,6 +193,38 @@ void SqliteStore::flush() {
     if (!unflushed_) return;
     run("flush", [](SqliteConnection& connection) { connection.flush(); });
     unflushed_ = false;
+}
+
+std::optional<std::string> SqliteStore::keptAnswer(std::string_view key, Clock::time_point now) {
+    return run("look for an answer",
+               [&](SqliteConnection& connection) { return sqlite::keptAnswer(connection, key, now); });
+}
+
+void SqliteStore::keepAnswer(std::string_view key, std::string_view answer, Clock::time_point expires) {
+    writeUnflushed("keep an answer", [&](SqliteConnection& connection) {
+        sqlite::keepAnswer(connection, key, answer, expires);
+    });
+    connection_->releaseMemory();
+}
+
+std::optional<Clock::time_point> SqliteStore::reserveTurn(std::string_view service, const Pace& pace,
+                                                          Clock::time_point now, Clock::time_point latest) {
+    std::optional<Clock::time_point> turn;
+    writeUnflushed("reserve a turn", [&](SqliteConnection& connection) {
+        turn = sqlite::reserveTurn(connection, service, pace, now, latest);
+    });
+    return turn;
+}
+
+ServiceState SqliteStore::serviceState(std::string_view service) {
+    return run("look up a service",
+               [&](SqliteConnection& connection) { return sqlite::serviceState(connection, service); });
+}
+
+void SqliteStore::setServiceState(std::string_view service, const ServiceState& state) {
+    writeUnflushed("note the state of a service", [&](SqliteConnection& connection) {
+        sqlite::setServiceState(connection, service, state);
+    });
 }
 
 int SqliteStore::queueTagJob(int entryId, std::string_view path, bool replace) {

@@ -32,6 +32,7 @@ public:
     std::optional<util::Buffer> rendition(const std::string& hash) override;
     void keepRendition(const std::string& hash, std::span<const std::byte> png,
                        std::uint64_t maxTotalBytes) override;
+    std::string offerImage(const NewImage& image) override;
     SearchResult search(const Search& search, int limit) override;
     std::vector<Entry> emptyEntries() override;
     std::vector<Parameter> parameters() override;
@@ -39,6 +40,12 @@ public:
     void setParameter(const Parameter& parameter) override;
     void deleteParameter(std::string_view name) override;
     void flush() override;
+    std::optional<std::string> keptAnswer(std::string_view key, Clock::time_point now) override;
+    void keepAnswer(std::string_view key, std::string_view answer, Clock::time_point expires) override;
+    std::optional<Clock::time_point> reserveTurn(std::string_view service, const Pace& pace,
+                                                 Clock::time_point now, Clock::time_point latest) override;
+    ServiceState serviceState(std::string_view service) override;
+    void setServiceState(std::string_view service, const ServiceState& state) override;
     int queueTagJob(int entryId, std::string_view path, bool replace) override;
     int queueDeleteJob(int entryId) override;
     std::vector<Job> jobs(int entryId) override;

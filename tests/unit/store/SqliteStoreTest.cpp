@@ -4,6 +4,7 @@
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Flushes.h"
 #include "tests/unit/TemporaryFolder.h"
+#include "tests/unit/jobs/Descriptors.h"
 #include "util/Exception.h"
 
 #include <SQLiteCpp/Database.h>
@@ -54,7 +55,7 @@ TEST_F(SqliteStoreTest, WritesAheadAndFlushes) {
     const SqliteStore store(folder_.path());
     SQLite::Database database(file());
     EXPECT_EQ(database.execAndGet("PRAGMA journal_mode").getString(), "wal");
-    EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 1);
+    EXPECT_EQ(database.execAndGet("PRAGMA user_version").getInt(), 2);
     EXPECT_EQ(database.execAndGet("PRAGMA page_size").getInt(), 8192);
     store::SqliteConnection connection(file());
     EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 2) << "that is FULL";
@@ -65,6 +66,46 @@ TEST_F(SqliteStoreTest, WritesAheadAndFlushes) {
     } catch (const util::Exception&) {
         EXPECT_EQ(connection.database().execAndGet("PRAGMA synchronous").getInt(), 2);
     }
+}
+
+TEST_F(SqliteStoreTest, BringsAStoreOfVersion1UpToDateWithAllThatItHolds) {
+    const std::string schemas =
+        "SELECT group_concat(sql, ';' || char(10)) FROM (SELECT sql FROM sqlite_schema "
+        "WHERE name NOT LIKE 'entry_words%' ORDER BY name)";
+    execute(contentOf(SLEEVERY_SOURCE_DIR "/tests/fixtures/stores/version-1.sql").c_str());
+    SqliteStore store(folder_.path());
+    const auto lanterns = store.findEntry({.artist = "Lowbeam", .album = "Paper Lanterns"});
+    ASSERT_TRUE(lanterns && lanterns->image);
+    EXPECT_EQ(tests::textOf(store.image(lanterns->image->hash)->bytes()), "second");
+    ASSERT_EQ(store.earlierImages(lanterns->id).size(), 1U);
+    EXPECT_EQ(tests::textOf(store.image(store.earlierImages(lanterns->id)[0].hash)->bytes()), "first");
+    EXPECT_EQ(store.search({.title = "harb"}, 10).total, 1);
+    ASSERT_EQ(store.emptyEntries().size(), 1U);
+    EXPECT_EQ(store.parameter("queryLimit"), "7");
+    ASSERT_EQ(store.jobs(lanterns->id).size(), 2U);
+    EXPECT_EQ(store.jobs(lanterns->id)[0].reason, "It can't be read.");
+    EXPECT_EQ(store.jobs(lanterns->id)[1].state, store::JobState::Queued);
+
+    const tests::TemporaryFolder fresh;
+    const SqliteStore made(fresh.path());
+    EXPECT_EQ(SQLite::Database(file()).execAndGet(schemas).getString(),
+              SQLite::Database((fresh.path() / "covers.db").string()).execAndGet(schemas).getString())
+        << "there is no difference to one that is made anew";
+    EXPECT_EQ(SQLite::Database(file()).execAndGet("PRAGMA user_version").getInt(), 2);
+    EXPECT_EQ(SQLite::Database(file()).execAndGet("PRAGMA integrity_check").getString(), "ok");
+}
+
+TEST_F(SqliteStoreTest, AStoreThatCouldNotBeBroughtUpToDateIsAsItWas) {
+    execute(contentOf(SLEEVERY_SOURCE_DIR "/tests/fixtures/stores/version-1.sql").c_str());
+    execute("CREATE TABLE services (in_the TEXT, way TEXT)"); // behind offered_images and answers
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(failureOfOpening(), "The cover store failed; standard error says more.");
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("table services already exists"),
+              std::string::npos);
+    EXPECT_EQ(SQLite::Database(file()).execAndGet("PRAGMA user_version").getInt(), 1);
+    EXPECT_FALSE(SQLite::Database(file()).tableExists("answers"));
+    execute("DROP TABLE services");
+    EXPECT_EQ(failureOfOpening(), "");
 }
 
 TEST_F(SqliteStoreTest, RefusesAStoreOfANewerVersion) {
@@ -226,6 +267,21 @@ TEST_F(SqliteStoreTest, FlushesManyParametersAtOnce) {
     EXPECT_EQ(tests::Flushes::count, before + 2);
 }
 
+TEST_F(SqliteStoreTest, WhatConcernsWebServicesIsFlushedOnlyWhenAskedFor) {
+    SqliteStore store(folder_.path());
+    const store::Clock::time_point now = store::Clock::now();
+    const int before = tests::Flushes::count;
+    store.keepAnswer("key", std::string(300'000, 'x'), now + std::chrono::hours(1)); // looks for surplus, too
+    EXPECT_TRUE(store.keptAnswer("key", now));
+    EXPECT_EQ(store.reserveTurn("deezer", {}, now, now), now);
+    store.setServiceState("deezer", {.failures = 1});
+    EXPECT_EQ(store.serviceState("deezer").failures, 1);
+    store.offerImage({.bytes = bytesOf("tide"), .mimeType = "image/png"});
+    EXPECT_EQ(tests::Flushes::count, before);
+    store.flush();
+    EXPECT_EQ(tests::Flushes::count, before + 1);
+}
+
 TEST_F(SqliteStoreTest, FlushesACoverAndAJobByThemselves) {
     SqliteStore store(folder_.path());
     int before = tests::Flushes::count;
@@ -274,6 +330,48 @@ TEST_F(SqliteStoreTest, ReadsGoOnWhereNothingCanBeWritten) {
     EXPECT_NE(failureOf([&] { store.setParameter({"a", "1"}); }), "");
     testing::internal::GetCapturedStderr();
     EXPECT_TRUE(store.cover(id));
+}
+
+TEST_F(SqliteStoreTest, AnImageThatCanNotBeOfferedIsNotKeptEither) {
+    SqliteStore store(folder_.path());
+    const store::NewImage image{.bytes = bytesOf("tide"), .mimeType = "image/png"};
+    execute("CREATE TRIGGER no_offers BEFORE INSERT ON offered_images BEGIN SELECT RAISE(FAIL, 'no'); END");
+    testing::internal::CaptureStderr();
+    EXPECT_NE(failureOf([&] { store.offerImage(image); }), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "sleevery.fcgi: store: offer an image: no (code 1811)\n");
+    EXPECT_EQ(SQLite::Database(file()).execAndGet("SELECT count(*) FROM images").getInt(), 0);
+    execute("DROP TRIGGER no_offers");
+    EXPECT_TRUE(store.image(store.offerImage(image)));
+}
+
+TEST_F(SqliteStoreTest, AnAnswerThatFindsNoRoomLeavesTheOldOneAndTheNextOneIsKept) {
+    SqliteStore store(folder_.path());
+    const store::Clock::time_point now = store::Clock::now();
+    store.keepAnswer("key", "old", now + std::chrono::hours(1));
+    testing::internal::CaptureStderr();
+    {
+        const tests::ShortFiles less(std::filesystem::file_size(file() + "-wal") + 100'000);
+        EXPECT_NE(failureOf([&] {
+                      store.keepAnswer("key", std::string(1'000'000, 'x'), now + std::chrono::hours(1));
+                  }),
+                  "");
+        EXPECT_EQ(store.keptAnswer("key", now), "old");
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("sleevery.fcgi: store: keep an answer: "), 0U);
+    EXPECT_EQ(store.keptAnswer("key", now), "old");
+    store.keepAnswer("key", "new", now + std::chrono::hours(1));
+    EXPECT_EQ(store.keptAnswer("key", now), "new");
+}
+
+TEST_F(SqliteStoreTest, AnswersAreFoundWhileAnotherProcessWrites) {
+    SqliteStore store(folder_.path());
+    const store::Clock::time_point now = store::Clock::now();
+    store.keepAnswer("key", "answer", now + std::chrono::hours(1));
+    SQLite::Database other(file(), SQLite::OPEN_READWRITE);
+    other.exec("BEGIN IMMEDIATE; UPDATE answers SET answer = x''");
+    EXPECT_EQ(store.keptAnswer("key", now), "answer");
+    EXPECT_EQ(store.serviceState("deezer"), store::ServiceState{});
 }
 
 } // namespace
