@@ -20,8 +20,10 @@ struct Service {
 constexpr Service services[] = {
     {"show", doService_Show},
     {"upload", doService_Upload},
+    {"suggest", doService_Suggest},
     {"update", doService_Update},
     {"query", doService_Query},
+    {"guessAlbum", doService_GuessAlbum},
     {"showEmpty", doService_ShowEmpty},
     {"parameter", doService_Parameter},
     {"writeTags", doService_WriteTags},

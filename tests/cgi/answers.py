@@ -77,12 +77,36 @@ QUERY_FORM = HTML_HEADER + (
     b"</body></html>\n"
 )
 
+SUGGEST_FORM = HTML_HEADER + (
+    b"\n<html><body>"
+    b'<form action="./suggest"    method="POST" enctype="multipart/form-data">'
+    b'Artist: <input size="80" name="artist" type="text" value="Lowbeam"><br>'
+    b'Album: <input size="80" name="album" type="text" value="Paper Lanterns"><br>'
+    b'Title: <input size="80" name="title" type="text" value="Quiet Harbour"><br>'
+    b'xslt: <input size="80" name="xslt" type="text" value=""><br>'
+    b'<input type="submit">'
+    b"</body></html>\n"
+)
+
+GUESS_FORM = HTML_HEADER + (
+    b"\n<html><body>"
+    b'<form action="./guessAlbum"    method="POST" enctype="multipart/form-data">'
+    b'Artist: <input size="80" name="artist" type="text" value="Lowbeam"><br>'
+    b'Title: <input size="80" name="title" type="text" value="Quiet Harbour"><br>'
+    b'xslt: <input size="80" name="xslt" type="text" value=""><br>'
+    b'<input type="submit">'
+    b"</body></html>\n"
+)
+
 # What the tag jobs' service has for a request that is no POST.
 NO_DATA = DECLARATION + b"<NoData />\n"
 
-# What the stand-in gives for a cover, for a query, for the list of entries without a cover, and for that of parameters.
+# What the stand-in gives for a cover, for a query, for suggestions, for albums, for the list of entries without a cover, and
+# for that of parameters.
 COVER = b"\x89PNG\r\n\x1a\n\0cover\0of the stand-in\0"
 FOUND = b'<?xml version="1.0" encoding="UTF-8"?>\n<Found/>\n'
+SUGGESTED = b'<?xml version="1.0" encoding="UTF-8"?>\n<Suggested/>\n'
+GUESSED = b'<?xml version="1.0" encoding="UTF-8"?>\n<Guessed/>\n'
 EMPTY_LIST = b'<?xml version="1.0" encoding="UTF-8"?>\n<Empty/>\n'
 PARAMETERS = b'<?xml version="1.0" encoding="UTF-8"?>\n<All/>\n'
 

@@ -5,11 +5,13 @@ import forms
 import pytest
 from answers import (
     EMPTY_LIST,
+    GUESS_FORM,
     INDEX,
     NO_DATA,
     PARAMETERS,
     QUERY_FORM,
     SHOW_FORM,
+    SUGGEST_FORM,
     UPDATE_FORM,
     UPLOAD_FORM,
     XML_HEADER,
@@ -18,8 +20,10 @@ from answers import (
 SERVICES = {
     "show": SHOW_FORM,
     "upload": UPLOAD_FORM,
+    "suggest": SUGGEST_FORM,
     "update": UPDATE_FORM,
     "query": QUERY_FORM,
+    "guessAlbum": GUESS_FORM,
     "showEmpty": XML_HEADER + EMPTY_LIST,
     "parameter": XML_HEADER + PARAMETERS,
     "writeTags": XML_HEADER + NO_DATA,
@@ -49,7 +53,7 @@ def test_no_name_leads_to_the_index(seam, script_name):
     "service",
     [
         "Show", "SHOW", "Upload", "showempty", "ShowEmpty", "showEmpty2", "sho", " show", "show ", "show.png", "*",
-        "Update", "updat", "updates", "Query", "querys", "Parameter", "parameters", "writetags", "WriteTags", "writeTag",
+        "Suggest", "suggestion", "guessalbum", "GuessAlbum", "guess", "Update", "updat", "updates", "Query", "querys", "Parameter", "parameters", "writetags", "WriteTags", "writeTag",
     ],
 )
 def test_a_name_that_differs_leads_to_the_index(seam, service):

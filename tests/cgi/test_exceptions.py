@@ -62,6 +62,24 @@ SERVICES = {
             'CoverCache::Query("Lowbeam", "Paper Lanterns", "Quiet Harbour")',
         ],
     ),
+    "suggest": (
+        "POST",
+        multipart([part for part in PARTS if part.name == "title"]),
+        [
+            "SongInfo::SongInfo()",
+            'SongInfo::setTitle("Quiet Harbour")',
+            "SongInfo::Dump()",
+            "SongInfo::getArtist()",
+            "SongInfo::getAlbum()",
+            "SongInfo::getTitle()",
+            "SongInfo::getCoverartInformation()",
+        ],
+    ),
+    "guessAlbum": (
+        "POST",
+        multipart(PARTS),
+        [*songs.EXTRACTED, "SongInfo::isValid()", "SongInfo::guessAlbumNames()"],
+    ),
     "parameter": (
         "POST",
         urlencoded([("a", "1"), ("cmdDelete", "a"), ("b", "2"), ("cmdDelete", "c")]),

@@ -83,6 +83,16 @@ void SongInfo::setImage(const void* data, unsigned int length) {
     }
 }
 
+std::string SongInfo::getCoverartInformation() {
+    return called("SongInfo::getCoverartInformation")
+        .value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Suggested/>\n");
+}
+
+std::string SongInfo::guessAlbumNames() {
+    return called("SongInfo::guessAlbumNames")
+        .value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Guessed/>\n");
+}
+
 // The image that it finds tells where it comes from.
 bool SongInfo::loadImage() {
     if (!calledForBool(!imageUrl.empty(), "SongInfo::loadImage")) return false;
