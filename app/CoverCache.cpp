@@ -72,21 +72,6 @@ std::optional<util::Image> deliverable(app::OpenStore& open, const store::ImageI
     return util::ImageContent::fromPng(std::move(png));
 }
 
-int storeReceived(store::CoverStore& store, const store::Record& record, const util::ReceivedImage& received,
-                  bool replace) {
-    const util::ImageHeader& header = received.header;
-    const bool upright = header.orientation == 1;
-    return store.storeImage(
-        record,
-        {.bytes = received.bytes->bytes(),
-         .mimeType = std::string(util::mimeType(header.type)),
-         .widthPixels = header.orientation < 5 ? header.widthPixels : header.heightPixels,
-         .heightPixels = header.orientation < 5 ? header.heightPixels : header.widthPixels,
-         .shownAsReceived =
-             header.type == util::ImageType::Png && upright && header.usedBytes == received.bytes->size()},
-        replace ? store::IfPresent::Replace : store::IfPresent::Keep);
-}
-
 jobs::Settings jobSettings(store::CoverStore& store,
                            const std::shared_ptr<app::Parameters::Complaints>& complaints) {
     app::Parameters parameters(&store, complaints);
@@ -162,8 +147,10 @@ int CoverCache::Store(SongInfo& song, bool replace) {
                                       : "not stored: there is no image");
         return 0;
     }
-    const int id =
-        storeReceived(impl_->store(), app::recordOf(song), app::receivedImage(*song.getImage()), replace);
+    const util::ReceivedImage received = app::receivedImage(*song.getImage());
+    const int id = impl_->store().storeImage(app::recordOf(song),
+                                             app::newImage(received.header, received.bytes->bytes()),
+                                             replace ? store::IfPresent::Replace : store::IfPresent::Keep);
     song.setCacheId(id);
     return id;
 }

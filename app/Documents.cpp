@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <iterator>
+#include <string>
 #include <string_view>
 
 namespace app {
@@ -60,6 +61,68 @@ void appendJob(std::string& document, const store::Job& job) {
     document += "/>\n";
 }
 
+void appendKnown(std::string& document, std::string_view element, const std::string& text) {
+    if (!text.empty()) appendText(document, element, text);
+}
+
+void appendSongElement(std::string& document, const store::Record& song) {
+    document += "  <Song>\n";
+    appendSong(document, song);
+    document += "  </Song>\n";
+}
+
+std::string_view stateName(sources::SourceState state) {
+    switch (state) {
+    case sources::SourceState::Idle:
+        return "idle";
+    case sources::SourceState::Kept:
+        return "kept";
+    case sources::SourceState::Answered:
+        return "answered";
+    case sources::SourceState::Failed:
+        break;
+    }
+    return "failed";
+}
+
+void appendReports(std::string& document, const std::vector<sources::SourceReport>& reports) {
+    auto out = std::back_inserter(document);
+    for (const sources::SourceReport& report : reports) {
+        fmt::format_to(out, "  <WebSource name=\"{}\" state=\"{}\" found=\"{}\"", report.name,
+                       stateName(report.state), report.found);
+        if (!report.reason.empty()) fmt::format_to(out, " reason=\"{}\"", text::xmlEscaped(report.reason));
+        document += "/>\n";
+    }
+}
+
+/** What a suggestion and an album's name have in common. */
+void appendRanked(std::string& document, const sources::Ranked& ranked) {
+    appendText(document, "Source", ranked.candidate.source);
+    for (const std::string& source : ranked.alsoFrom)
+        appendText(document, "Source", source);
+    appendText(document, "Reason", ranked.judgement.reason);
+    appendKnown(document, "Date", ranked.candidate.date);
+    appendKnown(document, "ReleaseId", ranked.candidate.releaseId);
+    appendKnown(document, "ReleaseGroupId", ranked.candidate.groupId);
+    appendKnown(document, "Page", ranked.candidate.page);
+}
+
+void appendSuggestion(std::string& document, const sources::Ranked& ranked) {
+    const sources::Candidate& candidate = ranked.candidate;
+    fmt::format_to(std::back_inserter(document), "  <Suggestion score=\"{:.3f}\">\n", ranked.judgement.score);
+    appendText(document, "Artist", candidate.artist);
+    appendText(document, "Album", candidate.album);
+    appendKnown(document, "Title", candidate.title);
+    appendRanked(document, ranked);
+    appendText(document, "ImageUrl", candidate.pictureUrl);
+    appendKnown(document, "ThumbnailUrl", candidate.thumbnailUrl);
+    if (candidate.widthPixels > 0 && candidate.heightPixels > 0) {
+        appendText(document, "Width", std::to_string(candidate.widthPixels));
+        appendText(document, "Height", std::to_string(candidate.heightPixels));
+    }
+    document += "  </Suggestion>\n";
+}
+
 } // namespace
 
 std::string queryDocument(const std::vector<ListedEntry>& entries, std::int64_t total) {
@@ -94,6 +157,31 @@ std::string parametersDocument(const std::vector<store::Parameter>& parameters) 
         fmt::format_to(std::back_inserter(document), "  <Parameter name=\"{}\">{}</Parameter>\n",
                        text::xmlEscaped(parameter.name), text::xmlEscaped(parameter.value));
     return document += "</Parameters>\n";
+}
+
+std::string coverartDocument(const store::Record& song, const SongLookup& covers) {
+    std::string document(declaration);
+    document += "<CoverartInformation>\n";
+    appendSongElement(document, song);
+    for (const sources::Ranked& ranked : covers.found)
+        appendSuggestion(document, ranked);
+    appendReports(document, covers.reports);
+    return document += "</CoverartInformation>\n";
+}
+
+std::string albumNamesDocument(const store::Record& song, const SongLookup& albums) {
+    std::string document(declaration);
+    document += "<AlbumNames>\n";
+    appendSongElement(document, song);
+    for (const sources::Ranked& ranked : albums.found) {
+        fmt::format_to(std::back_inserter(document), "  <Album score=\"{:.3f}\">\n", ranked.judgement.score);
+        appendText(document, "Name", ranked.candidate.album);
+        appendText(document, "Artist", ranked.candidate.artist);
+        appendRanked(document, ranked);
+        document += "  </Album>\n";
+    }
+    appendReports(document, albums.reports);
+    return document += "</AlbumNames>\n";
 }
 
 } // namespace app

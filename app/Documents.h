@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "app/SongLookup.h"
 #include "store/CoverStore.h"
 
 #include <string>
@@ -18,5 +19,7 @@ struct ListedEntry {
 [[nodiscard]] std::string queryDocument(const std::vector<ListedEntry>& entries, std::int64_t total);
 [[nodiscard]] std::string showEmptyDocument(const std::vector<store::Entry>& entries);
 [[nodiscard]] std::string parametersDocument(const std::vector<store::Parameter>& parameters);
+[[nodiscard]] std::string coverartDocument(const store::Record& song, const SongLookup& covers);
+[[nodiscard]] std::string albumNamesDocument(const store::Record& song, const SongLookup& albums);
 
 } // namespace app

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/Parameters.h"
 
+#include "sources/Fields.h"
+#include "sources/SourceList.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
@@ -14,19 +16,69 @@
 namespace app {
 namespace {
 
+std::optional<std::uint64_t> positiveNumber(std::string_view text) noexcept {
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size() || number == 0) return std::nullopt;
+    return number;
+}
+
 bool isAllowOrDeny(std::string_view value) noexcept { return value == "allow" || value == "deny"; }
 
 bool isAbsolutePathOrNone(std::string_view value) noexcept { return value.empty() || value.front() == '/'; }
 
+bool isNumber(std::string_view value) noexcept { return positiveNumber(value).has_value(); }
+
+bool isBaseAddress(std::string_view value) noexcept {
+    return sources::isWebAddress(value) && value.find_first_of("?#") == std::string_view::npos;
+}
+
+// What is wrong with a key only its service can tell.
+constexpr std::string_view keyUnit = "as the service gives it out";
+constexpr std::string_view addressUnit = "http or https address";
+
 constexpr std::array definitions = {
+    ParameterDefinition{"amazonKey", "", keyUnit,
+                        "Access key for product searches in the Amazon XML format; empty: not asked."},
+    ParameterDefinition{"amazonSecret", "", keyUnit, "The secret that belongs to amazonKey."},
+    ParameterDefinition{"amazonTag", "", keyUnit, "The associate's tag that belongs to amazonKey."},
+    ParameterDefinition{"amazonUrl", "http://webservices.amazon.com", addressUnit,
+                        "Where product searches in the Amazon XML format are sent.", isBaseAddress},
+    ParameterDefinition{"answerAge", "30", "days",
+                        "How long what web sources answered holds; that they know nothing, a day at most."},
+    ParameterDefinition{"audioDbKey", "", keyUnit, "Key for TheAudioDB; empty: not asked."},
+    ParameterDefinition{"audioDbUrl", "https://www.theaudiodb.com", addressUnit, "Where TheAudioDB is.",
+                        isBaseAddress},
+    ParameterDefinition{"coverArtArchiveUrl", "https://coverartarchive.org", addressUnit,
+                        "Where the Cover Art Archive is.", isBaseAddress},
+    ParameterDefinition{"deezerUrl", "https://api.deezer.com", addressUnit, "Where Deezer is.",
+                        isBaseAddress},
+    ParameterDefinition{"discogsToken", "", keyUnit, "Token for Discogs; empty: not asked."},
+    ParameterDefinition{"discogsUrl", "https://api.discogs.com", addressUnit, "Where Discogs is.",
+                        isBaseAddress},
+    ParameterDefinition{"fanartTvKey", "", keyUnit, "Key for fanart.tv; empty: not asked."},
+    ParameterDefinition{"fanartTvUrl", "https://webservice.fanart.tv", addressUnit, "Where fanart.tv is.",
+                        isBaseAddress},
     ParameterDefinition{"fetchTimeout", "15", "seconds",
                         "How long the fetch of one cover from its URL may take; at most 3600."},
+    ParameterDefinition{"itunesUrl", "https://itunes.apple.com", addressUnit, "Where the iTunes search is.",
+                        isBaseAddress},
+    ParameterDefinition{"lastFmKey", "", keyUnit, "Key for Last.fm; empty: not asked."},
+    ParameterDefinition{"lastFmUrl", "https://ws.audioscrobbler.com", addressUnit, "Where Last.fm is.",
+                        isBaseAddress},
+    ParameterDefinition{"lookupTimeout", "8", "seconds",
+                        "How long the web sources are waited for altogether; at most 60."},
     ParameterDefinition{"maxImageBytes", "33554432", "bytes", "The largest image file that is accepted."},
     ParameterDefinition{"maxImagePixels", "64000000", "pixels",
                         "The largest image, width times height, that is decoded."},
     ParameterDefinition{
         "maxTagPictureSide", "1200", "pixels",
         "The longest side of a picture that is written into song files; larger ones are scaled down."},
+    ParameterDefinition{
+        "musicBrainzPause", "1000", "milliseconds",
+        "The pause between two requests to MusicBrainz; less is only for a mirror of one's own.", isNumber},
+    ParameterDefinition{"musicBrainzUrl", "https://musicbrainz.org", addressUnit, "Where MusicBrainz is.",
+                        isBaseAddress},
     ParameterDefinition{"musicFolder", "", "absolute path",
                         "The folder with the song files; only files below it are touched. Empty: none.",
                         isAbsolutePathOrNone},
@@ -37,6 +89,10 @@ constexpr std::array definitions = {
     ParameterDefinition{
         "renditionCacheBytes", "1073741824", "bytes",
         "How much disk the PNG files made from other formats may take; the least recently shown go first."},
+    ParameterDefinition{
+        "sources", "musicbrainz, coverartarchive, itunes, deezer, lastfm, fanarttv, audiodb, discogs, amazon",
+        "names of sources", "Which web sources are asked for covers and albums, in this order; empty: none.",
+        sources::areSourceNames},
     ParameterDefinition{"stylesheetFolder", "", "absolute path",
                         "A folder in which stylesheets are looked for before all others; empty: none.",
                         isAbsolutePathOrNone},
@@ -51,13 +107,6 @@ const ParameterDefinition& definitionOf(std::string_view name) {
                      [&](const ParameterDefinition& definition) { return definition.name == name; });
     assert(found != definitions.end());
     return *found;
-}
-
-std::optional<std::uint64_t> positiveNumber(std::string_view text) {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number == 0) return std::nullopt;
-    return number;
 }
 
 } // namespace

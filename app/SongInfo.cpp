@@ -2,7 +2,9 @@
 #include "app/SongInfo.h"
 
 #include "app/CoverFetch.h"
+#include "app/Documents.h"
 #include "app/OpenStore.h"
+#include "app/SongLookup.h"
 #include "app/SongRecord.h"
 #include "tags/FolderImage.h"
 #include "tags/FrontCover.h"
@@ -181,18 +183,50 @@ bool SongInfo::hasEmbeddedImage() const {
     }
 }
 
-std::string SongInfo::getCoverartInformation() { notBuiltYet("The search for covers"); }
-std::string SongInfo::guessAlbumNames() { notBuiltYet("The guessing of album names"); }
+std::string SongInfo::getCoverartInformation() {
+    const store::Record song = app::recordOf(*this);
+    return app::coverartDocument(song, app::findCovers(song));
+}
+
+std::string SongInfo::guessAlbumNames() {
+    const store::Record song = app::recordOf(*this);
+    return app::albumNamesDocument(song, app::findAlbums(song));
+}
+
+bool SongInfo::GuessAlbumName() {
+    const app::SongLookup albums = app::findAlbums(app::recordOf(*this));
+    if (albums.found.empty()) return false;
+    album = albums.found.front().candidate.album;
+    guessScore = static_cast<float>(albums.found.front().judgement.score);
+    albumGuessed = true;
+    return true;
+}
+
+bool SongInfo::SearchCoverart() {
+    const app::SongLookup covers = app::findCovers(app::recordOf(*this));
+    imageUrlSearched = true;
+    if (covers.found.empty()) return false;
+    imageUrl = covers.found.front().candidate.pictureUrl;
+    return true;
+}
+
+std::string SongInfo::MBAlbumSearch(std::string ofArtist, std::string ofTitle) {
+    const store::Record song = app::recordOf(SongInfo(std::move(ofArtist), std::move(ofTitle), ""));
+    return app::albumNamesDocument(song, app::findAlbumsOnWeb(song, "musicbrainz"));
+}
+
+std::string SongInfo::XMLAWSSearch(std::string ofArtist, std::string ofAlbum) {
+    const store::Record song = app::recordOf(SongInfo(std::move(ofArtist), "", std::move(ofAlbum)));
+    return app::coverartDocument(song, app::findCoversOnWeb(song, "amazon"));
+}
+
+std::string SongInfo::XMLMBSearch(std::string ofArtist, std::string ofAlbum) {
+    const store::Record song = app::recordOf(SongInfo(std::move(ofArtist), "", std::move(ofAlbum)));
+    return app::coverartDocument(song, app::findCoversOnWeb(song, "musicbrainz, coverartarchive"));
+}
+
+std::string SongInfo::getAmazonWebserviceURL(int page) {
+    return app::amazonSearchUrl(app::recordOf(*this), page);
+}
+
 std::string SongInfo::readAlbumSongs() { notBuiltYet("The list of an album's songs"); }
-bool SongInfo::GuessAlbumName() { notBuiltYet("The guessing of album names"); }
-bool SongInfo::SearchCoverart() { notBuiltYet("The search for covers"); }
-std::string SongInfo::MBAlbumSearch(std::string /*artist*/, std::string /*title*/) {
-    notBuiltYet("The search for albums");
-}
-std::string SongInfo::XMLAWSSearch(std::string /*artist*/, std::string /*album*/) {
-    notBuiltYet("The search for covers");
-}
-std::string SongInfo::XMLMBSearch(std::string /*artist*/, std::string /*album*/) {
-    notBuiltYet("The search for covers");
-}
-std::string SongInfo::getAmazonWebserviceURL(int /*page*/) { notBuiltYet("The search for covers"); }

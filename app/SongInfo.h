@@ -97,20 +97,38 @@ public:
     /** The path of the cover beside the song's file; empty while the record has no file name. */
     std::string getFolderJpegName() const;
 
-    /** A document with suggestions for a cover. @throws util::Exception */
+    /** A document with suggestions for a cover, the best first; docs/matching.md tells how they are found.
+     * @throws util::Exception when the cover cache fails */
     std::string getCoverartInformation();
 
-    /** A document with the albums that the song may come from. @throws util::Exception */
+    /** A document with the albums that the song may come from by its artist and title, likewise. */
     std::string guessAlbumNames();
 
     /** A document with the songs of the record's album. @throws util::Exception */
     std::string readAlbumSongs();
 
+    /** Sets album, album guessed and score by the first of guessAlbumNames(). @return false, with nothing
+     * changed, when there is none */
     bool GuessAlbumName();
+
+    /** Sets the image URL to the first of getCoverartInformation(). @return false, with the URL unchanged,
+     * when there is none */
     bool SearchCoverart();
+
+    /** As guessAlbumNames(), of this song and by MusicBrainz alone. */
     std::string MBAlbumSearch(std::string artist, std::string title);
+
+    /** As getCoverartInformation(), of this album and by one source alone: a product search in the Amazon XML
+     * format, or MusicBrainz with the Cover Art Archive. */
     std::string XMLAWSSearch(std::string artist, std::string album);
     std::string XMLMBSearch(std::string artist, std::string album);
+
+    /**
+     * The address of a product search for the record's artist and album, signed for the next quarter of an
+     * hour.
+     * @param page 1 to 10
+     * @throws util::Exception when the parameters lack its keys
+     */
     std::string getAmazonWebserviceURL(int page);
 
     /** `text` without the words that tell editions apart but not songs: "the", "(remastered)", "disc 2",

@@ -66,4 +66,15 @@ util::ReceivedImage receivedImage(util::Image& image) {
     return received;
 }
 
+store::NewImage newImage(const util::ImageHeader& header, std::span<const std::byte> bytes) {
+    const bool upright = header.orientation == 1;
+    const bool lies = header.orientation >= 5;
+    return {.bytes = bytes,
+            .mimeType = std::string(util::mimeType(header.type)),
+            .widthPixels = lies ? header.heightPixels : header.widthPixels,
+            .heightPixels = lies ? header.widthPixels : header.heightPixels,
+            .shownAsReceived =
+                header.type == util::ImageType::Png && upright && header.usedBytes == bytes.size()};
+}
+
 } // namespace app

@@ -9,6 +9,9 @@
 
 #include <strings.h>
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <string>
 #include <system_error>
 
@@ -20,17 +23,40 @@ namespace fs = std::filesystem;
 // Servers and players on case-sensitive file systems look for it in lower case.
 constexpr const char* imageName = "folder.jpg";
 
+/** Under what names programs leave the front cover beside the songs, the most usual first. */
+constexpr std::array frontNames{imageName,    "cover.jpg", "front.jpg",  "folder.jpeg", "cover.jpeg",
+                                "front.jpeg", "cover.png", "folder.png", "front.png"};
+
+/** The file in `folder` with the first of these names that there is; empty where there is none. */
+fs::path firstNamed(const fs::path& folder, std::span<const char* const> names) {
+    std::error_code error;
+    auto found = names.end();
+    fs::path path;
+    fs::directory_iterator entries(folder, error);
+    for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
+        const auto name = std::find_if(names.begin(), found, [&](const char* wanted) {
+            return ::strcasecmp(entries->path().filename().c_str(), wanted) == 0;
+        });
+        if (name == found || !entries->is_regular_file(error)) continue;
+        found = name;
+        path = entries->path();
+    }
+    if (error) throw util::Exception("The folder of the song file can't be read.");
+    return path;
+}
+
 } // namespace
 
 fs::path folderImage(const fs::path& song) { return song.parent_path() / imageName; }
 
 bool hasFolderImage(const fs::path& song, const fs::path& musicFolder) {
-    std::error_code error;
-    fs::directory_iterator entries(folderOf(musicFolder, song), error);
-    for (; !error && entries != fs::directory_iterator(); entries.increment(error))
-        if (::strcasecmp(entries->path().filename().c_str(), imageName) == 0) return true;
-    if (error) throw util::Exception("The folder of the song file can't be read.");
-    return false;
+    return !firstNamed(folderOf(musicFolder, song), std::span(frontNames).first(1)).empty();
+}
+
+util::Buffer readFolderImage(const fs::path& song, const fs::path& musicFolder, std::size_t maxBytes) {
+    const fs::path image = firstNamed(folderOf(musicFolder, song), frontNames);
+    if (image.empty()) return {};
+    return util::readFile(songIn(musicFolder, image).c_str(), maxBytes); // a link must not lead elsewhere
 }
 
 void writeFolderImage(const fs::path& song, const fs::path& musicFolder, const util::ReceivedImage& image) {

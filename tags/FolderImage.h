@@ -4,6 +4,7 @@
 #include "util/Buffer.h"
 #include "util/ImageContent.h"
 
+#include <cstddef>
 #include <filesystem>
 
 /** The picture beside the song files of an album, which players find by its name. */
@@ -18,6 +19,14 @@ namespace tags {
  */
 [[nodiscard]] bool hasFolderImage(const std::filesystem::path& song,
                                   const std::filesystem::path& musicFolder);
+
+/**
+ * The picture beside the song file that shows the front: folder.jpg, or else cover or front, JPEG or PNG,
+ * however capitalised. Empty where there is none.
+ * @throws util::Exception as above, and when it is larger than `maxBytes`
+ */
+[[nodiscard]] util::Buffer readFolderImage(const std::filesystem::path& song,
+                                           const std::filesystem::path& musicFolder, std::size_t maxBytes);
 
 /**
  * Writes one, over the one that is there.

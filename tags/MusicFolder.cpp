@@ -47,7 +47,9 @@ fs::path songIn(const fs::path& musicFolder, const fs::path& song) {
 fs::path folderOf(const fs::path& musicFolder, const fs::path& song) {
     static_cast<void>(songIn(musicFolder, song));
     const fs::path top = resolvedMusicFolder(musicFolder);
-    fs::path folder = fs::canonical((top / song).parent_path());
+    std::error_code error;
+    fs::path folder = fs::canonical((top / song).parent_path(), error);
+    if (error) throw util::Exception("The folder of the song file is not there.");
     if (folder != top && !isBelow(folder, top)) refuse();
     return folder;
 }

@@ -8,6 +8,7 @@
 #include "util/XPathText.h"
 #include "util/XmlHandles.h"
 #include "util/XmlMessages.h"
+#include "util/XmlRead.h"
 #include "util/XmlSetUp.h"
 
 #include <fmt/format.h>
@@ -31,27 +32,6 @@ StylesheetFolders& stylesheetFolders() {
 }
 
 const xmlChar* toXml(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
-
-void refuseDtd(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) noexcept {
-    auto* reader = static_cast<xmlParserCtxtPtr>(parser);
-    reader->wellFormed = 0;
-    xmlStopParser(reader);
-}
-
-XmlDoc read(const std::string& document) {
-    if (document.size() > maxDocumentBytes) throw Exception("It is too large.");
-    const XmlReader reader(xmlNewParserCtxt());
-    if (!reader) throw std::bad_alloc();
-    reader->sax->internalSubset = refuseDtd;
-    XmlDoc parsed(xmlCtxtReadMemory(reader.get(), document.data(), static_cast<int>(document.size()), nullptr,
-                                    nullptr, XML_PARSE_NONET));
-    if (reader->errNo == XML_ERR_USER_STOP) throw Exception("It has a document type declaration.");
-    if (!parsed) throw Exception("It is not well-formed.");
-    // For libxml2 a document ends at a zero byte, whatever follows.
-    if (reader->input == nullptr || reader->input->cur != reader->input->end)
-        throw Exception("Something follows its end.");
-    return parsed;
-}
 
 std::string transformed(xmlDocPtr document, const char* stylesheet) {
     if (document == nullptr) throw Exception("There is no document to transform.");
@@ -116,7 +96,7 @@ bool XMLParser::parse(std::string document) {
     xmlFreeDoc(std::exchange(document_, nullptr));
     const XmlMessages messages;
     try {
-        document_ = read(document).release();
+        document_ = readXml(document, maxDocumentBytes).release();
         return true;
     } catch (const Exception& refusal) {
         const std::string said = messages.line();

@@ -16,6 +16,7 @@ import parameters
 import query
 import report
 import show
+import suggestions
 import tagging
 import upload
 from server import BUILD
@@ -28,6 +29,7 @@ BENCHMARKS = {
     "query": query,
     "parameters": parameters,
     "tagging": tagging,
+    "suggestions": suggestions,
 }
 
 

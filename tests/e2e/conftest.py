@@ -6,8 +6,10 @@ import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
+import lookups  # noqa: E402
 from jobs import temporary_files, with_music  # noqa: E402
 from server import Server  # noqa: E402
+from services import Services  # noqa: E402
 from songs import Workshop  # noqa: E402
 
 
@@ -47,3 +49,26 @@ def folder(tagging, request):
     own.mkdir()
     yield own
     assert temporary_files(own) == []
+
+
+@pytest.fixture(scope="module")
+def services():
+    """All that is asked on the web, on its own machine."""
+    with Services() as running:
+        yield running
+
+
+@pytest.fixture(scope="module")
+def asking_server():
+    with Server() as running:
+        yield running
+
+
+@pytest.fixture
+def responder(asking_server, services):
+    """A server that asks `services` and remembers nothing of earlier tests' answers and failures."""
+    lookups.forget(asking_server)
+    services.forget()
+    asking_server.post("parameter", {"cmdDelete": ["sources", "musicFolder"]})
+    lookups.configure(asking_server, **services.parameters(), lookupTimeout="30")
+    return asking_server

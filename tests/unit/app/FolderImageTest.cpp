@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "tags/FolderImage.h"
 #include "app/CoverCache.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
+#include "util/Exception.h"
 #include "util/File.h"
 #include "util/ImageHeader.h"
 
@@ -177,6 +179,77 @@ TEST_F(FolderImage, LeavesNothingBehindWhereItCantBeWritten) {
     fs::create_directories(image() / "full");
     refusal(true);
     EXPECT_EQ(std::distance(fs::directory_iterator(album_), fs::directory_iterator()), 2);
+}
+
+class ReadFolderImage : public testing::Test {
+protected:
+    ReadFolderImage() {
+        fs::create_directories(album_);
+        write(album_ / "one.flac", "music");
+    }
+
+    static void write(const fs::path& path, const std::string& text) { std::ofstream(path) << text; }
+
+    std::string read(const fs::path& song) {
+        return tests::textOf(tags::readFolderImage(song, music_, 12).bytes());
+    }
+    std::string read() { return read(album_ / "one.flac"); }
+
+    tests::TemporaryFolder folder_;
+    fs::path music_ = folder_.path() / "music";
+    fs::path album_ = music_ / "Paper Lanterns";
+};
+
+TEST_F(ReadFolderImage, IsEmptyWhereThereIsNone) {
+    for (const char* name :
+         {"back.jpg", "folder.gif", "folder.jpg.bak", "myfolder.jpg", "folder", "cover.webp"})
+        write(album_ / name, "other");
+    write(music_ / "folder.jpg", "above");
+    EXPECT_EQ(read(), "");
+}
+
+TEST_F(ReadFolderImage, TakesTheMostUsualNameHoweverItIsCapitalised) {
+    // Each of them stands before all that are there already.
+    for (const char* name : {"Front.png", "folder.PNG", "cover.png", "front.jpeg", "Cover.jpeg",
+                             "folder.jpeg", "FRONT.JPG", "cover.jpg", "Folder.jpg"}) {
+        write(album_ / name, name);
+        EXPECT_EQ(read(), name);
+    }
+}
+
+TEST_F(ReadFolderImage, IsBesideTheSong) {
+    write(album_ / "folder.jpg", "here");
+    EXPECT_EQ(read("Paper Lanterns/one.flac"), "here") << "a relative name is below the music folder";
+    write(music_ / "folder.jpg", "above");
+    write(music_ / "two.flac", "music");
+    EXPECT_EQ(read("two.flac"), "above");
+}
+
+TEST_F(ReadFolderImage, IsOfALimitedSize) {
+    write(album_ / "folder.jpg", "0123456789AB");
+    EXPECT_EQ(read(), "0123456789AB");
+    write(album_ / "folder.jpg", "0123456789ABC");
+    EXPECT_THROW(read(), util::Exception);
+}
+
+TEST_F(ReadFolderImage, StaysBelowTheMusicFolder) {
+    const fs::path outside = folder_.path() / "secret.jpg";
+    write(outside, "secret");
+    write(folder_.path() / "one.flac", "music");
+    write(folder_.path() / "folder.jpg", "secret");
+    fs::create_symlink(outside, album_ / "folder.jpg");
+    EXPECT_THROW(read(), util::Exception) << "a link leads elsewhere";
+    EXPECT_THROW(read(folder_.path() / "one.flac"), util::Exception);
+    EXPECT_THROW(read("../one.flac"), util::Exception);
+    EXPECT_THROW(read("missing.flac"), util::Exception);
+    EXPECT_THROW((void)tags::readFolderImage(album_ / "one.flac", "", 10), util::Exception);
+}
+
+TEST_F(ReadFolderImage, IsAFile) {
+    fs::create_directory(album_ / "folder.jpg");
+    EXPECT_EQ(read(), "");
+    write(album_ / "cover.jpg", "cover");
+    EXPECT_EQ(read(), "cover");
 }
 
 } // namespace

@@ -83,6 +83,57 @@ TEST(Parameters, ATextThatCantBeUnderstoodIsReportedOnceAndTheDefaultHolds) {
         "none is used\n");
 }
 
+TEST(Parameters, WebAddressesAreHttpOrHttpsAndNothingElse) {
+    const tests::TemporaryFolder folder;
+    store::SqliteStore store(folder.path());
+    app::Parameters parameters(&store);
+    testing::internal::CaptureStderr();
+    for (const char* name : {"amazonUrl", "audioDbUrl", "coverArtArchiveUrl", "deezerUrl", "discogsUrl",
+                             "fanartTvUrl", "itunesUrl", "lastFmUrl", "musicBrainzUrl"}) {
+        const std::string usual = parameters.text(name);
+        EXPECT_TRUE(usual.starts_with("http")) << name;
+        for (const char* value : {"http://127.0.0.1:8080/prefix", "https://a.test/"}) {
+            store.setParameter({name, value});
+            EXPECT_EQ(parameters.text(name), value) << name;
+        }
+        for (const char* value : {"", "a.test", "ftp://a.test", "file:///etc/passwd", "http://a.test/?q=1",
+                                  "http://a.test/#a", "http://a b.test", "http://a.test/<a>"}) {
+            store.setParameter({name, value});
+            EXPECT_EQ(parameters.text(name), usual) << name << ": " << value;
+        }
+    }
+    testing::internal::GetCapturedStderr();
+}
+
+TEST(Parameters, SourcesAreNamesOfSources) {
+    const tests::TemporaryFolder folder;
+    store::SqliteStore store(folder.path());
+    app::Parameters parameters(&store);
+    const std::string all = parameters.text("sources");
+    for (const char* value : {"", "deezer", "amazon,musicbrainz"}) {
+        store.setParameter({"sources", value});
+        EXPECT_EQ(parameters.text("sources"), value);
+    }
+    store.setParameter({"sources", "deezer, others"});
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(parameters.text("sources"), all);
+    EXPECT_EQ(
+        testing::internal::GetCapturedStderr(),
+        "sleevery.fcgi: parameter sources: \"deezer, others\" can't be understood, it should be: names of "
+        "sources; " +
+            all + " is used\n");
+    store.setParameter({"musicBrainzPause", "no"});
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(parameters.text("musicBrainzPause"), "1000");
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(Parameters, DefaultsAreUnderstood) {
+    for (const app::ParameterDefinition& definition : app::parameterDefinitions())
+        EXPECT_TRUE(definition.understands == nullptr || definition.understands(definition.defaultValue))
+            << definition.name;
+}
+
 TEST(Parameters, AreDescribedAsTheyAre) {
     std::ifstream file(SLEEVERY_SOURCE_DIR "/docs/parameters.md");
     const std::string text(std::istreambuf_iterator<char>(file), {});

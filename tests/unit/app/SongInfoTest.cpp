@@ -2,9 +2,9 @@
 #include "app/SongInfo.h"
 
 #include "app/CoverCache.h"
-#include "tags/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
+#include "tests/unit/app/Flac.h"
 #include "util/Exception.h"
 
 #include <gtest/gtest.h>
@@ -130,17 +130,6 @@ TEST(SongInfo, LoadsAndSavesItsImage) {
     EXPECT_EQ(other.getImage()->width(), 5);
 }
 
-/** As much of a FLAC file as it takes, with a front cover where that is not empty. */
-std::string flacWith(const std::string& cover) {
-    using tags::bigEndian;
-    const std::string streamInfo = bigEndian(34, 3) + std::string(34, '\0');
-    const std::string sound = "\xFF\xF8";
-    if (cover.empty()) return "fLaC\x80" + streamInfo + sound;
-    const std::string picture = bigEndian(3, 4) + bigEndian(9, 4) + "image/png" + std::string(20, '\0') +
-                                bigEndian(cover.size(), 4) + cover;
-    return std::string("fLaC\0", 5) + streamInfo + '\x86' + bigEndian(picture.size(), 3) + picture + sound;
-}
-
 TEST(SongInfo, SeesWhetherTheSongsFileCarriesAnImage) {
     const tests::TemporaryFolder folder;
     ::setenv("STATE_DIRECTORY", (folder.path() / "state").c_str(), 1); // NOLINT(concurrency-mt-unsafe)
@@ -149,7 +138,7 @@ TEST(SongInfo, SeesWhetherTheSongsFileCarriesAnImage) {
     const auto write = [&](const std::string& bytes) { std::ofstream(file, std::ios::binary) << bytes; };
     SongInfo song;
     song.setFilename(file.string());
-    write(flacWith(tests::png(tests::picture(5, 3))));
+    write(tests::flacWith(tests::png(tests::picture(5, 3))));
     EXPECT_FALSE(song.hasEmbeddedImage()) << "without a library there is no music folder";
 
     CoverCache cache;
@@ -159,7 +148,7 @@ TEST(SongInfo, SeesWhetherTheSongsFileCarriesAnImage) {
     EXPECT_TRUE(song.hasEmbeddedImage());
     song.setFilename("song.flac");
     EXPECT_TRUE(song.hasEmbeddedImage());
-    for (const std::string& bytes : {flacWith(""), std::string("no song"), std::string()}) {
+    for (const std::string& bytes : {tests::flacWith(""), std::string("no song"), std::string()}) {
         write(bytes);
         EXPECT_FALSE(song.hasEmbeddedImage());
     }

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#include "sources/AmazonUrl.h"
+#include "sources/Fields.h"
+#include "sources/Xml.h"
+
+#include <charconv>
+#include <utility>
+
+namespace sources {
+namespace {
+
+using namespace std::chrono_literals;
+
+int pixels(const xml::Element& element) {
+    const std::string text = element.text();
+    int number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [read, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && read == end && number > 0 ? number : 0;
+}
+
+/** The address without the size that it names, as in "51abcdef._SL500_.jpg". */
+std::string unscaled(std::string address) {
+    constexpr std::string_view mark = "._SL";
+    constexpr std::string_view markEnd = "_.";
+    const auto begin = address.rfind(mark);
+    if (begin == std::string::npos) return address;
+    const auto end = address.find_first_not_of("0123456789", begin + mark.size());
+    if (end == std::string::npos || address.compare(end, markEnd.size(), markEnd) != 0) return address;
+    return address.erase(begin, end + 1 - begin);
+}
+
+void addPicture(const xml::Element& item, Candidate& candidate) {
+    const xml::Element large = item.child("LargeImage");
+    const int width = pixels(large.child("Width"));
+    const int height = pixels(large.child("Height"));
+    if (width == 1 && height == 1) return; // stands for none
+    const std::string address = webAddressFrom(large.child("URL").text());
+    candidate.pictureUrl = unscaled(address);
+    if (candidate.pictureUrl == address && !address.empty()) {
+        candidate.widthPixels = width;
+        candidate.heightPixels = height;
+    }
+    for (const std::string_view smaller : {"MediumImage", "SmallImage"})
+        if (candidate.thumbnailUrl.empty())
+            candidate.thumbnailUrl = webAddressFrom(item.child(smaller).child("URL").text());
+}
+
+std::string artistOf(const xml::Element& attributes) {
+    std::string artist;
+    for (const xml::Element& each : attributes.children("Artist")) {
+        artist += (artist.empty() ? "" : ", ") + each.text();
+        if (artist.size() > maxNameBytes) return {};
+    }
+    return artist;
+}
+
+Candidate candidateFrom(const xml::Element& item) {
+    const xml::Element attributes = item.child("ItemAttributes");
+    Candidate candidate{.artist = artistOf(attributes),
+                        .album = nameFrom(attributes.child("Title").text()),
+                        .date = dateFrom(attributes.child("ReleaseDate").text()),
+                        .releaseId = nameFrom(item.child("ASIN").text()),
+                        .page = webAddressFrom(item.child("DetailPageURL").text())};
+    addPicture(item, candidate);
+    settleSampler(candidate);
+    return candidate;
+}
+
+/** @param errors holds elements "Error" */
+void failUnlessNothingFound(const xml::Element& errors) {
+    for (const xml::Element& error : errors.children("Error")) {
+        const std::string code = error.child("Code").text();
+        if (code == "RequestThrottled") throw Busy("The service was asked too often.");
+        if (code == "SignatureDoesNotMatch" || code == "InvalidClientTokenId")
+            throw util::Exception("The service doesn't accept the key and the secret that are set for it.");
+        if (code != "AWS.ECommerceService.NoExactMatches")
+            throw util::Exception("The service reports an error.");
+    }
+}
+
+/** The document of a failure, which comes with other statuses than 200. */
+void failAsDocumented(const net::HttpAnswer& answer) {
+    if (answer.status == 429 || answer.status >= 500) return; // the status says enough
+    if (answer.body.find("ItemSearchErrorResponse") == std::string::npos) return;
+    const util::XmlDoc document = xml::parse(answer.body);
+    failUnlessNothingFound(xml::Element::rootOf(*document));
+}
+
+class Amazon final : public Source {
+public:
+    explicit Amazon(AmazonAccess access) : access_(std::move(access)) {}
+
+    [[nodiscard]] std::string_view name() const noexcept override { return "amazon"; }
+
+    [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 1s, .burst = 1}; }
+
+    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+        std::vector<Request> requests;
+        for (const Names& names : albumNames(question))
+            requests.push_back(amazonSearch(access_, names, 1, std::chrono::system_clock::now()));
+        return requests;
+    }
+
+    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+        if (answer.status != 200) failAsDocumented(answer);
+        needSuccess(answer);
+        const util::XmlDoc document = xml::parse(answer.body);
+        const xml::Element root = xml::Element::rootOf(*document);
+        if (root.is("ItemSearchErrorResponse")) failUnlessNothingFound(root);
+        const xml::Element items = root.child("Items");
+        if (!root.is("ItemSearchResponse") || !items) throw unexpectedAnswer();
+        failUnlessNothingFound(items.child("Request").child("Errors"));
+        std::vector<Candidate> candidates;
+        for (const xml::Element& item : items.children("Item")) {
+            if (!mayGrow(candidates)) break;
+            Candidate candidate = candidateFrom(item);
+            candidate.source = name();
+            if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
+        }
+        return candidates;
+    }
+
+private:
+    AmazonAccess access_;
+};
+
+} // namespace
+
+std::unique_ptr<Source> amazon(const ParameterReader& parameter) {
+    auto access = amazonAccess(parameter);
+    return access ? std::make_unique<Amazon>(std::move(*access)) : nullptr;
+}
+
+} // namespace sources

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "net/Url.h"
+#include "sources/Fields.h"
+#include "sources/Json.h"
+#include "sources/Source.h"
+
+#include <utility>
+
+namespace sources {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int side = 1000; // of every cover
+
+std::string thumbnailOf(std::string address) {
+    constexpr std::string_view folder = "/fanart/";
+    const auto found = address.find(folder);
+    return found == std::string::npos ? std::string() : address.replace(found, folder.size(), "/preview/");
+}
+
+/** The only album of the answer, in its older and its newer form. Null where there are others: whose covers
+ * those are can't be said. */
+const json::Value* onlyAlbum(const json::Value& albums) {
+    const auto& byId = json::members(albums);
+    const auto& listed = json::elements(albums);
+    if (byId.size() + listed.size() != 1) return nullptr;
+    return listed.empty() ? &byId.begin()->second : &listed.front();
+}
+
+class FanartTv final : public PictureSource {
+public:
+    FanartTv(std::string url, std::string key) : url_(std::move(url)), key_(std::move(key)) {}
+
+    [[nodiscard]] std::string_view name() const noexcept override { return "fanarttv"; }
+
+    [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 500ms, .burst = 5}; }
+
+    [[nodiscard]] std::optional<Request> request(const Candidate& album) const override {
+        if (!isMbid(album.groupId)) return std::nullopt;
+        // In a header it would follow a redirect to wherever that leads.
+        return Request{.url = url_ + "/v3/music/albums/" + album.groupId,
+                       .secretQuery = "?api_key=" + net::urlEncoded(key_)};
+    }
+
+    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+        if (answer.status == 404) return {}; // there is no picture
+        needSuccess(answer);
+        const json::Value reply = json::parse(answer.body);
+        const json::Value& albums = json::member(reply, "albums");
+        if (!albums.is_structured()) throw unexpectedAnswer();
+        const json::Value* const album = onlyAlbum(albums);
+        std::vector<Candidate> candidates;
+        if (album == nullptr) return candidates;
+        for (const json::Value& cover : json::elements(json::member(*album, "albumcover"))) {
+            if (!mayGrow(candidates)) break;
+            const std::string address = json::webAddress(cover, "url");
+            if (address.empty()) continue;
+            candidates.push_back({.source = std::string(name()),
+                                  .pictureUrl = address,
+                                  .thumbnailUrl = thumbnailOf(address),
+                                  .widthPixels = side,
+                                  .heightPixels = side});
+        }
+        return candidates;
+    }
+
+private:
+    std::string url_;
+    std::string key_;
+};
+
+} // namespace
+
+std::unique_ptr<PictureSource> fanartTv(const ParameterReader& parameter) {
+    const std::string key = usableKey(parameter, "fanartTvKey");
+    return key.empty() ? nullptr : std::make_unique<FanartTv>(parameter("fanartTvUrl"), key);
+}
+
+} // namespace sources

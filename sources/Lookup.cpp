@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+#include "sources/Lookup.h"
+
+#include "sources/Conversation.h"
+#include "sources/Wanted.h"
+
+#include <algorithm>
+#include <deque>
+#include <set>
+#include <utility>
+
+namespace sources {
+namespace {
+
+/** Of how many albums pictures are asked for: nobody waits for more. */
+constexpr std::size_t maxPicturedAlbums = 5;
+
+/** How much one source is asked: at MusicBrainz's pace that are some seconds. */
+constexpr std::size_t maxRequests = 7;
+
+/** From this on nobody needs to look further. */
+constexpr double goodScore = 0.9;
+
+/** The names without what taggers put into them, then the album whoever made it: an artist is often
+ * misspelled. Each only once. */
+std::vector<Request> requestsOf(const Source& source, const Question& question) {
+    const Wanted tidy = wantedBy(question);
+    std::vector<Request> requests;
+    const auto add = [&](const Question& asked, std::size_t most) {
+        for (Request& request : source.requests(asked))
+            if (requests.size() < most &&
+                std::ranges::find(requests, request.url, &Request::url) == requests.end())
+                requests.push_back(std::move(request));
+    };
+    const bool albumToo = !tidy.album.empty();
+    add(tidy, albumToo ? maxRequests - 2 : maxRequests);
+    if (albumToo) add({.artist = {}, .album = tidy.album, .title = {}, .sampler = tidy.sampler}, maxRequests);
+    return requests;
+}
+
+/** One look-up with all its sources. */
+class Run {
+public:
+    Run(store::CoverStore& store, const Sources& sources, Judge& judge, const LookupSettings& settings)
+        : judge_(judge), conversation_(store, settings) {
+        inquiries_.reserve(sources.albums.size()); // they are referred to, as the picture inquiries are
+        for (const auto& source : sources.albums)
+            inquiries_.push_back(
+                {*source, requestsOf(*source, judge.question()), {.name = std::string(source->name())}});
+        for (const auto& source : sources.pictures)
+            pictureInquiries_.push_back({*source, {.name = std::string(source->name())}});
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() = default;
+
+    [[nodiscard]] LookupResult result() {
+        for (Inquiry& inquiry : inquiries_)
+            waiting_.push_back(&inquiry);
+        goOn();
+        conversation_.run();
+        LookupResult result;
+        for (Inquiry& inquiry : inquiries_)
+            add(inquiry, result);
+        for (PictureInquiry& inquiry : pictureInquiries_)
+            add(inquiry, result);
+        return result;
+    }
+
+private:
+    /** What one source is asked, one request after the other. */
+    struct Inquiry {
+        const Source& source;
+        std::vector<Request> requests;
+        SourceReport report;
+        std::vector<Candidate> candidates = {};
+        std::size_t next = 0;
+    };
+
+    struct PictureInquiry {
+        const PictureSource& source;
+        SourceReport report;
+        std::vector<Candidate> candidates = {};
+    };
+
+    static void add(auto& inquiry, LookupResult& result) {
+        std::ranges::move(inquiry.candidates, std::back_inserter(result.candidates));
+        result.reports.push_back(std::move(inquiry.report));
+    }
+
+    /**
+     * Asks those that wait for their next request, in turn, so that all are asked once before one is asked
+     * twice: answers that are kept come at once. When something good is found, nothing more goes out.
+     */
+    void goOn() {
+        if (std::exchange(goingOn_, true)) return; // it is what calls take()
+        while (!waiting_.empty()) {
+            Inquiry& inquiry = *waiting_.front();
+            waiting_.pop_front();
+            if (inquiry.next == inquiry.requests.size()) continue;
+            const Request& request = inquiry.requests[inquiry.next++];
+            if (foundGood_ && inquiry.next > 1 && !conversation_.isKept(inquiry.source, request)) continue;
+            conversation_.ask(inquiry.source, request, [this, &inquiry](const Conversation::Answer& answer) {
+                take(inquiry, answer);
+            });
+        }
+        goingOn_ = false;
+    }
+
+    void take(Inquiry& inquiry, const Conversation::Answer& answer) {
+        note(inquiry.report, answer);
+        std::vector<Ranked> fitting = judge_.rank(answer.candidates);
+        std::erase_if(fitting, [](const Ranked& ranked) { return ranked.judgement.score < leastScore; });
+        for (Ranked& ranked : fitting) {
+            ranked.candidate.source = inquiry.source.name();
+            inquiry.candidates.push_back(ranked.candidate);
+            noteGood(ranked);
+        }
+        for (const Candidate& album : bestAlbums(fitting))
+            for (PictureInquiry& pictures : pictureInquiries_)
+                askForPicture(pictures, album);
+        if (fitting.empty() && answer.failure.empty()) waiting_.push_back(&inquiry);
+        goOn();
+    }
+
+    /** Where pictures are asked for, an album without one isn't enough. */
+    void noteGood(const Ranked& ranked) {
+        const bool complete = pictureInquiries_.empty() || !ranked.candidate.pictureUrl.empty();
+        if (complete && ranked.judgement.score >= goodScore) foundGood_ = true;
+    }
+
+    void askForPicture(PictureInquiry& inquiry, const Candidate& album) {
+        const auto request = inquiry.source.request(album);
+        if (!request || !asked_.insert(request->url).second) return;
+        conversation_.ask(
+            inquiry.source, *request, [this, &inquiry, album](const Conversation::Answer& answer) {
+                note(inquiry.report, answer);
+                for (const Candidate& picture : answer.candidates) {
+                    inquiry.candidates.push_back(pictured(album, picture, inquiry.source.name()));
+                    noteGood({inquiry.candidates.back(), judge_.judge(inquiry.candidates.back()), {}});
+                }
+            });
+    }
+
+    static Candidate pictured(Candidate album, const Candidate& picture, std::string_view source) {
+        album.source = source;
+        album.pictureUrl = picture.pictureUrl;
+        album.thumbnailUrl = picture.thumbnailUrl;
+        album.widthPixels = picture.widthPixels;
+        album.heightPixels = picture.heightPixels;
+        return album;
+    }
+
+    /** The best ones, one of each group. */
+    static std::vector<Candidate> bestAlbums(const std::vector<Ranked>& ranked) {
+        std::vector<Candidate> best;
+        std::set<std::string> groups;
+        for (const Ranked& one : ranked) {
+            if (best.size() == maxPicturedAlbums) break;
+            if (groups.insert(one.candidate.groupId).second) best.push_back(one.candidate);
+        }
+        return best;
+    }
+
+    static void note(SourceReport& report, const Conversation::Answer& answer) {
+        report.found += answer.candidates.size();
+        if (report.state == SourceState::Failed) return;
+        if (!answer.failure.empty()) {
+            report.state = SourceState::Failed;
+            report.reason = answer.failure;
+        } else if (!answer.kept) {
+            report.state = SourceState::Answered;
+        } else if (report.state == SourceState::Idle) {
+            report.state = SourceState::Kept;
+        }
+    }
+
+    std::deque<Inquiry*> waiting_; // to be asked their next request
+    bool goingOn_ = false;
+    bool foundGood_ = false;
+    Judge& judge_;
+    Conversation conversation_;
+    std::vector<Inquiry> inquiries_;
+    std::vector<PictureInquiry> pictureInquiries_;
+    std::set<std::string> asked_; // URLs of pictures
+};
+
+} // namespace
+
+LookupResult lookUp(store::CoverStore& store, const Sources& sources, Judge& judge,
+                    const LookupSettings& settings) {
+    return Run(store, sources, judge, settings).result();
+}
+
+} // namespace sources
