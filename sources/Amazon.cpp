@@ -111,14 +111,7 @@ public:
         const xml::Element items = root.child("Items");
         if (!root.is("ItemSearchResponse") || !items) throw unexpectedAnswer();
         failUnlessNothingFound(items.child("Request").child("Errors"));
-        std::vector<Candidate> candidates;
-        for (const xml::Element& item : items.children("Item")) {
-            if (!mayGrow(candidates)) break;
-            Candidate candidate = candidateFrom(item);
-            candidate.source = name();
-            if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
-        }
-        return candidates;
+        return candidatesOf(name(), items.children("Item"), candidateFrom);
     }
 
 private:

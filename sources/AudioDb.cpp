@@ -54,14 +54,7 @@ public:
         const json::Value reply = json::parse(answer.body);
         const json::Value& albums = json::member(reply, "album");
         if (!albums.is_array() && !(albums.is_null() && reply.contains("album"))) throw unexpectedAnswer();
-        std::vector<Candidate> candidates;
-        for (const json::Value& album : json::elements(albums)) {
-            if (!mayGrow(candidates)) break;
-            Candidate candidate = candidateFrom(album);
-            candidate.source = name();
-            if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
-        }
-        return candidates;
+        return candidatesOf(name(), json::elements(albums), candidateFrom);
     }
 
 private:

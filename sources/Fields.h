@@ -53,6 +53,20 @@ void settleSampler(Candidate& candidate);
 /** Whether there is room for one more. */
 [[nodiscard]] bool mayGrow(const std::vector<Candidate>& candidates) noexcept;
 
+/** What `candidateFrom` makes of each of `elements`, but for those without an album's name. */
+template <typename Elements, typename Make>
+[[nodiscard]] std::vector<Candidate> candidatesOf(std::string_view source, const Elements& elements,
+                                                  Make candidateFrom) {
+    std::vector<Candidate> candidates;
+    for (const auto& element : elements) {
+        if (!mayGrow(candidates)) break;
+        Candidate candidate = candidateFrom(element);
+        candidate.source = source;
+        if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
+    }
+    return candidates;
+}
+
 /** To be thrown for an answer that is none of those that are documented. */
 [[nodiscard]] util::Exception unexpectedAnswer();
 

@@ -83,14 +83,7 @@ public:
         const json::Value reply = json::parse(answer.body);
         const json::Value& hits = json::member(reply, "results");
         if (!hits.is_array()) throw unexpectedAnswer();
-        std::vector<Candidate> candidates;
-        for (const json::Value& hit : json::elements(hits)) {
-            if (!mayGrow(candidates)) break;
-            Candidate candidate = candidateFrom(hit);
-            candidate.source = name();
-            if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
-        }
-        return candidates;
+        return candidatesOf(name(), json::elements(hits), candidateFrom);
     }
 
 private:
