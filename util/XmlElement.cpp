@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Xml.h"
+#include "util/XmlElement.h"
 
-#include "sources/Fields.h"
+#include "util/Exception.h"
 #include "util/XmlMessages.h"
 #include "util/XmlRead.h"
 #include "util/XmlSetUp.h"
 
-namespace sources::xml {
+namespace util {
 namespace {
 
 std::string_view view(const xmlChar* text) noexcept {
@@ -14,7 +14,7 @@ std::string_view view(const xmlChar* text) noexcept {
 }
 
 std::string take(xmlChar* text) {
-    const util::XmlText owner(text);
+    const XmlText owner(text);
     return std::string(view(text));
 }
 
@@ -24,52 +24,52 @@ std::string_view nameSpaceOf(const xmlNode& node) noexcept {
 
 } // namespace
 
-util::XmlDoc parse(const std::string& document) {
-    util::setUpXmlLibraries();
-    const util::XmlMessages messages; // what is wrong with it is of no use to anybody here
+XmlDoc parseXml(const std::string& document, std::size_t maxBytes) {
+    setUpXmlLibraries();
+    const XmlMessages messages; // what is wrong with it is of no use to anybody here
     try {
-        return util::readXml(document, maxParsedBytes);
-    } catch (const util::Exception&) {
-        throw util::Exception("The answer is no XML.");
+        return readXml(document, maxBytes);
+    } catch (const Exception&) {
+        throw Exception("The answer is no XML.");
     }
 }
 
-Element Element::rootOf(const xmlDoc& document) { return Element(xmlDocGetRootElement(&document)); }
+XmlElement XmlElement::rootOf(const xmlDoc& document) { return XmlElement(xmlDocGetRootElement(&document)); }
 
-bool Element::is(std::string_view name) const noexcept {
+bool XmlElement::is(std::string_view name) const noexcept {
     return node_ != nullptr && view(node_->name) == name;
 }
 
-std::string_view Element::nameSpace() const noexcept {
+std::string_view XmlElement::nameSpace() const noexcept {
     return node_ == nullptr ? std::string_view() : nameSpaceOf(*node_);
 }
 
-bool Element::isKin(const xmlNode& node, std::string_view name) const noexcept {
+bool XmlElement::isKin(const xmlNode& node, std::string_view name) const noexcept {
     return node.type == XML_ELEMENT_NODE && view(node.name) == name && nameSpaceOf(node) == nameSpace();
 }
 
-Element Element::child(std::string_view name) const noexcept {
+XmlElement XmlElement::child(std::string_view name) const noexcept {
     if (node_ == nullptr) return {};
     for (const xmlNode* node = node_->children; node != nullptr; node = node->next)
-        if (isKin(*node, name)) return Element(node);
+        if (isKin(*node, name)) return XmlElement(node);
     return {};
 }
 
-std::vector<Element> Element::children(std::string_view name) const {
-    std::vector<Element> found;
+std::vector<XmlElement> XmlElement::children(std::string_view name) const {
+    std::vector<XmlElement> found;
     if (node_ == nullptr) return found;
     for (const xmlNode* node = node_->children; node != nullptr; node = node->next)
-        if (isKin(*node, name)) found.push_back(Element(node));
+        if (isKin(*node, name)) found.push_back(XmlElement(node));
     return found;
 }
 
-std::string Element::text() const {
+std::string XmlElement::text() const {
     return node_ == nullptr ? std::string() : take(xmlNodeGetContent(node_));
 }
 
-std::string Element::attribute(const char* name) const {
+std::string XmlElement::attribute(const char* name) const {
     return node_ == nullptr ? std::string()
                             : take(xmlGetNoNsProp(node_, reinterpret_cast<const xmlChar*>(name)));
 }
 
-} // namespace sources::xml
+} // namespace util
