@@ -3,13 +3,48 @@
 
 #include "net/HttpTransfer.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace net {
+namespace {
+
+// Below the time for which usual servers keep one, so that a request does not cross the end of its
+// connection.
+constexpr long maxIdleSeconds = 3;
+
+/** For libcurl, which asks for the body piece by piece, once. */
+std::size_t giveBody(char* to, std::size_t size, std::size_t count, void* rest) noexcept {
+    auto& body = *static_cast<std::string_view*>(rest);
+    const std::size_t bytes = std::min(size * count, body.size());
+    std::memcpy(to, body.data(), bytes);
+    body.remove_prefix(bytes);
+    return bytes;
+}
+
+} // namespace
 
 HttpClient::HttpClient(const HttpSettings& settings) : settings_(settings), handle_(newCurlHandle()) {}
 
 HttpAnswer HttpClient::get(const std::string& url) {
     HttpTransfer transfer(handle_.get(), settings_, url);
     return transfer.answer(curl_easy_perform(handle_.get()));
+}
+
+HttpAnswer HttpClient::post(const std::string& url, std::string_view contentType, std::string_view body) {
+    HttpTransfer transfer(handle_.get(), settings_, url);
+    const HeaderList headers = headerList({fmt::format("Content-Type: {}", contentType), "Expect:"});
+    CURL* handle = handle_.get();
+    setOption(handle, CURLOPT_HTTPHEADER, headers.get());
+    setOption(handle, CURLOPT_FOLLOWLOCATION, 0L);
+    setOption(handle, CURLOPT_MAXAGE_CONN, maxIdleSeconds);
+    setOption(handle, CURLOPT_POST, 1L);
+    setOption(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+    // libcurl sends a request again when a kept connection turns out to be closed. It can't do so once it has
+    // taken from a body that can't be rewound: the server may have it already, and it is no GET.
+    setOption(handle, CURLOPT_READFUNCTION, &giveBody);
+    setOption(handle, CURLOPT_READDATA, &body);
+    return transfer.answer(curl_easy_perform(handle));
 }
 
 } // namespace net

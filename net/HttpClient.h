@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace net {
 
@@ -17,6 +19,11 @@ struct HttpSettings {
     std::chrono::milliseconds totalTimeout = std::chrono::seconds(15);  // from the call to the last byte
     std::size_t maxBodyBytes = std::size_t{32} * 1024 * 1024;
     PrivateAddresses privateAddresses = PrivateAddresses::Allow;
+    std::string_view peer = "The server"; // what sentences call it
+    std::string unixSocket;               // the path of one through which all requests go; empty: none
+    const std::atomic<bool>* cancelled = nullptr; // once it is true, a request fails within a second
+
+    bool operator==(const HttpSettings&) const = default;
 };
 
 struct HttpAnswer {
@@ -44,6 +51,14 @@ public:
      * address, which may hold a password
      */
     [[nodiscard]] HttpAnswer get(const std::string& url);
+
+    /**
+     * POST, and the answer, whatever its status; redirects are not followed. Where the server has closed a
+     * kept connection, the request goes out over a new one, but nothing of `body` is ever sent twice.
+     * @throws util::Exception as get()
+     */
+    [[nodiscard]] HttpAnswer post(const std::string& url, std::string_view contentType,
+                                  std::string_view body);
 
 private:
     HttpSettings settings_;

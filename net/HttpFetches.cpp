@@ -5,7 +5,6 @@
 #include "util/Exception.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <list>
 #include <map>
@@ -22,7 +21,6 @@ constexpr std::size_t maxAtOnce = 32;
 constexpr std::ptrdiff_t maxPerServer = 4;
 
 using MultiHandle = std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)>;
-using HeaderList = std::unique_ptr<curl_slist, void (*)(curl_slist*)>;
 
 void check(CURLMcode code) {
     if (code != CURLM_OK)
@@ -32,19 +30,6 @@ void check(CURLMcode code) {
 /** Scheme, host and port, as the address writes them. */
 std::string serverOf(const std::string& url) {
     return url.substr(0, url.find_first_of("/?#", std::string_view("https://").size()));
-}
-
-HeaderList headerList(const std::vector<std::string>& headers) {
-    HeaderList list(nullptr, &curl_slist_free_all);
-    for (const std::string& header : headers) {
-        if (std::any_of(header.begin(), header.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }))
-            throw util::Exception("A header of the request is malformed.");
-        curl_slist* longer = curl_slist_append(list.get(), header.c_str());
-        if (longer == nullptr) throw std::bad_alloc();
-        static_cast<void>(list.release()); // now a part of the longer one
-        list.reset(longer);
-    }
-    return list;
 }
 
 /** A request on its way for as long as this lives. */
@@ -189,9 +174,9 @@ void HttpFetches::Queue::failThoseAfter(Clock::time_point deadline) {
 
 void HttpFetches::Queue::failAll() {
     for (Fetch& fetch : running_)
-        finish(fetch, {.failure = tooLate});
+        finish(fetch, {.failure = tooLate(settings_)});
     for (auto& [begin, fetch] : waiting_)
-        finish(fetch, {.failure = tooLate});
+        finish(fetch, {.failure = tooLate(settings_)});
     running_.clear();
     waiting_.clear();
 }

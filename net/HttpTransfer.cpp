@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <chrono>
 #include <csignal>
@@ -22,7 +23,6 @@ namespace {
 
 constexpr long maxRedirects = 5;
 constexpr std::size_t maxHeaderBytes = std::size_t{256} * 1024; // of all answers on the way
-constexpr const char* brokenOff = "The server broke the connection off.";
 
 /**
  * With the first handle, not with the process: the tables of the TLS library take more than 2 MiB, and most
@@ -75,6 +75,23 @@ CurlHandle newCurlHandle() {
     return handle;
 }
 
+HeaderList headerList(const std::vector<std::string>& headers) {
+    HeaderList list(nullptr, &curl_slist_free_all);
+    for (const std::string& header : headers) {
+        if (std::any_of(header.begin(), header.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }))
+            throw util::Exception("A header of the request is malformed.");
+        curl_slist* longer = curl_slist_append(list.get(), header.c_str());
+        if (longer == nullptr) throw std::bad_alloc();
+        static_cast<void>(list.release()); // now a part of the longer one
+        list.reset(longer);
+    }
+    return list;
+}
+
+std::string tooLate(const HttpSettings& settings) {
+    return fmt::format("{} did not answer in time.", settings.peer);
+}
+
 HttpTransfer::HttpTransfer(CURL* handle, const HttpSettings& settings, const std::string& url)
     : handle_(handle), settings_(settings) {
     refuseOtherSchemes(url);
@@ -102,14 +119,16 @@ void HttpTransfer::configure() {
     setOption(handle_, CURLOPT_WRITEFUNCTION, &HttpTransfer::takeBody);
     setOption(handle_, CURLOPT_WRITEDATA, this);
     setOption(handle_, CURLOPT_NOPROGRESS, 0L);
-    setOption(handle_, CURLOPT_XFERINFOFUNCTION, &HttpTransfer::watchSize);
+    setOption(handle_, CURLOPT_XFERINFOFUNCTION, &HttpTransfer::watch);
     setOption(handle_, CURLOPT_XFERINFODATA, this);
+    if (!settings_.unixSocket.empty())
+        setOption(handle_, CURLOPT_UNIX_SOCKET_PATH, settings_.unixSocket.c_str());
 }
 
 HttpAnswer HttpTransfer::answer(CURLcode code) {
     if (failure_) std::rethrow_exception(failure_);
     if (code != CURLE_OK) throw util::Exception(sentence(code));
-    if (!headersEnded_) throw util::Exception(brokenOff);
+    if (!headersEnded_) throw util::Exception(brokenOff());
     long status = 0;
     const char* contentType = nullptr; // libcurl's
     curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &status);
@@ -122,39 +141,46 @@ HttpAnswer HttpTransfer::answer(CURLcode code) {
 
 void HttpTransfer::refuseSize() const {
     throw util::Exception(
-        fmt::format("The server's answer is larger than {} bytes.", settings_.maxBodyBytes));
+        fmt::format("{}'s answer is larger than {} bytes.", settings_.peer, settings_.maxBodyBytes));
+}
+
+std::string HttpTransfer::brokenOff() const {
+    return fmt::format("{} broke the connection off.", settings_.peer);
 }
 
 std::string HttpTransfer::sentence(CURLcode code) const {
+    const auto of = [this](std::string_view rest) { return fmt::format("{}{}", settings_.peer, rest); };
     switch (static_cast<int>(code)) {
     case CURLE_UNSUPPORTED_PROTOCOL:
         return "The address leads to something other than a web server.";
     case CURLE_URL_MALFORMAT:
         return "The address, or one that it is redirected to, is malformed.";
     case CURLE_COULDNT_RESOLVE_HOST:
-        return "The server's name is unknown.";
+        return of("'s name is unknown.");
     case CURLE_COULDNT_CONNECT:
-        return refusedAddress_
-                   ? "The server has a private address, which the parameter privateAddresses denies."
-                   : "The server can't be reached.";
+        return of(refusedAddress_ ? " has a private address, which the parameter privateAddresses denies."
+                                  : " can't be reached.");
     case CURLE_OPERATION_TIMEDOUT:
-        return tooLate;
+        return tooLate(settings_);
+    case CURLE_ABORTED_BY_CALLBACK:
+        return of(" is not waited for any longer.");
     case CURLE_TOO_MANY_REDIRECTS:
-        return fmt::format("The server redirects more than {} times.", maxRedirects);
+        return of(fmt::format(" redirects more than {} times.", maxRedirects));
     case CURLE_PARTIAL_FILE:
-        return "The server's answer is shorter than announced.";
+        return of("'s answer is shorter than announced.");
     case CURLE_FILESIZE_EXCEEDED:
-        return fmt::format("The server's answer is larger than {} bytes.", settings_.maxBodyBytes);
+        return of(fmt::format("'s answer is larger than {} bytes.", settings_.maxBodyBytes));
     case CURLE_GOT_NOTHING:
     case CURLE_RECV_ERROR:
     case CURLE_SEND_ERROR:
-        return brokenOff;
+    case CURLE_SEND_FAIL_REWIND: // of a body that can't be sent again
+        return brokenOff();
     case CURLE_BAD_CONTENT_ENCODING:
-        return "The server's answer can't be unpacked.";
+        return of("'s answer can't be unpacked.");
     case CURLE_PEER_FAILED_VERIFICATION:
-        return "The server's certificate can't be trusted.";
+        return of("'s certificate can't be trusted.");
     default:
-        return fmt::format("The server can't be asked: {}.", curl_easy_strerror(code));
+        return of(fmt::format(" can't be asked: {}.", curl_easy_strerror(code)));
     }
 }
 
@@ -191,15 +217,16 @@ std::size_t HttpTransfer::takeHeader(const char* data, std::size_t size, std::si
     const bool taken = transfer.succeeds([&] {
         transfer.headerBytes_ += line.size();
         if (transfer.headerBytes_ > maxHeaderBytes)
-            throw util::Exception("The server's answer has too many headers.");
+            throw util::Exception(fmt::format("{}'s answer has too many headers.", transfer.settings_.peer));
     });
     return taken ? line.size() : CURL_WRITEFUNC_ERROR;
 }
 
 /** The body of a redirect never reaches takeBody(), and is read all the same. */
-int HttpTransfer::watchSize(void* self, curl_off_t /*announced*/, curl_off_t received, curl_off_t /*toSend*/,
-                            curl_off_t /*sent*/) noexcept {
+int HttpTransfer::watch(void* self, curl_off_t /*announced*/, curl_off_t received, curl_off_t /*toSend*/,
+                        curl_off_t /*sent*/) noexcept {
     auto& transfer = *static_cast<HttpTransfer*>(self);
+    if (transfer.settings_.cancelled != nullptr && *transfer.settings_.cancelled) return 1;
     const bool goOn = transfer.succeeds([&] {
         if (static_cast<std::size_t>(received) > transfer.settings_.maxBodyBytes) transfer.refuseSize();
     });

@@ -11,6 +11,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace net {
 
@@ -20,6 +21,11 @@ using CurlHandle = std::unique_ptr<CURL, void (*)(CURL*)>;
 /** Sets libcurl up before the first. @throws util::Exception */
 [[nodiscard]] CurlHandle newCurlHandle();
 
+using HeaderList = std::unique_ptr<curl_slist, void (*)(curl_slist*)>;
+
+/** For libcurl, from "Name: value"; "Name:" is for one that it is to leave out. @throws util::Exception */
+[[nodiscard]] HeaderList headerList(const std::vector<std::string>& headers);
+
 template <typename Value>
 void setOption(CURL* handle, CURLoption option, Value value) {
     if (const CURLcode code = curl_easy_setopt(handle, option, value); code != CURLE_OK)
@@ -27,7 +33,8 @@ void setOption(CURL* handle, CURLoption option, Value value) {
             fmt::format("The network library refuses a setting: {}.", curl_easy_strerror(code)));
 }
 
-inline constexpr const char* tooLate = "The server did not answer in time.";
+/** That the server did not answer in time. */
+[[nodiscard]] std::string tooLate(const HttpSettings& settings);
 
 /**
  * One request on its way: what holds for every one of them, however libcurl is driven. Its callbacks write
@@ -55,6 +62,7 @@ private:
     void configure();
     [[noreturn]] void refuseSize() const;
     [[nodiscard]] std::string sentence(CURLcode code) const;
+    [[nodiscard]] std::string brokenOff() const;
 
     template <typename Action>
     bool succeeds(Action action) noexcept;
@@ -62,8 +70,8 @@ private:
     // For libcurl, whose last argument, or first, is the transfer.
     static std::size_t takeBody(const char* data, std::size_t size, std::size_t count, void* self) noexcept;
     static std::size_t takeHeader(const char* data, std::size_t size, std::size_t count, void* self) noexcept;
-    static int watchSize(void* self, curl_off_t announced, curl_off_t received, curl_off_t toSend,
-                         curl_off_t sent) noexcept;
+    static int watch(void* self, curl_off_t announced, curl_off_t received, curl_off_t toSend,
+                     curl_off_t sent) noexcept;
     static curl_socket_t openSocket(void* self, curlsocktype purpose, curl_sockaddr* address) noexcept;
 
     CURL* handle_;

@@ -11,6 +11,8 @@ Exception::~Exception() = default;
 
 std::string Exception::GetText() { return text_; }
 
+std::string Exception::GetText() const { return text_; }
+
 const char* Exception::what() const noexcept { return text_.c_str(); }
 
 } // namespace util

@@ -18,6 +18,7 @@ public:
     ~Exception() override;
 
     std::string GetText();
+    std::string GetText() const;
     [[nodiscard]] const char* what() const noexcept override;
 
 private:

@@ -8,6 +8,8 @@ TEST(ExceptionContract, GivesItsText) {
     EXPECT_EQ(exception.GetText(), "The store is full.");
     EXPECT_STREQ(exception.what(), "The store is full.");
     EXPECT_EQ(util::Exception("").GetText(), "");
+    const util::Exception& caught = exception;
+    EXPECT_EQ(caught.GetText(), "The store is full.");
 }
 
 TEST(ExceptionContract, IsCaughtAsAStandardException) {

@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -59,6 +60,19 @@ public:
             head += next[0];
         }
         return head;
+    }
+
+    /** What follows the head of a request that announces its length; shorter when the client has gone. */
+    std::string readBody(const std::string& head) {
+        constexpr std::string_view name = "\r\nContent-Length: ";
+        const std::size_t announced = head.find(name);
+        std::string body;
+        std::array<char, 1> next{};
+        const std::size_t size =
+            announced == std::string::npos ? 0 : std::stoul(head.substr(announced + name.size()));
+        while (body.size() < size && readable() && ::recv(socket_, next.data(), 1, 0) == 1)
+            body += next[0];
+        return body;
     }
 
     /** @return false when the client has gone */
@@ -122,6 +136,9 @@ public:
         return connections_;
     }
 
+    /** How many connections the server has closed so far. */
+    [[nodiscard]] int closed() const { return closed_; }
+
 private:
     void serve() {
         std::vector<std::jthread> conversations;
@@ -137,6 +154,12 @@ private:
     }
 
     void talk(util::FileDescriptor socket, std::size_t number) {
+        answerAll(socket, number);
+        socket = util::FileDescriptor();
+        ++closed_;
+    }
+
+    void answerAll(const util::FileDescriptor& socket, std::size_t number) {
         Client client(socket.get(), stop_.get());
         for (std::string head = client.readHead(); !head.empty(); head = client.readHead()) {
             note([&] { connections_[number].push_back(head); });
@@ -151,6 +174,7 @@ private:
     }
 
     Handler handler_;
+    std::atomic<int> closed_ = 0;
     LoopbackSocket socket_;
     util::FileDescriptor stop_;
     std::mutex mutex_;
@@ -177,7 +201,8 @@ inline std::string pathOf(const std::string& requestHead) {
 
 /** A handler that gives the same answer to every request. */
 inline LoopbackServer::Handler always(std::string answer) {
-    return [answer = std::move(answer)](Client& client, const std::string&) {
+    return [answer = std::move(answer)](Client& client, const std::string& head) {
+        (void)client.readBody(head);
         client.send(answer);
         return false;
     };
