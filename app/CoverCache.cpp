@@ -1,24 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include "app/CoverCache.h"
 
+#include "app/CurrentCover.h"
 #include "app/Documents.h"
 #include "app/LibrarySetup.h"
 #include "app/OpenStore.h"
 #include "app/SongRecord.h"
+#include "app/StoredCover.h"
 #include "jobs/Runner.h"
 #include "store/MatchKey.h"
 #include "store/SqliteStore.h"
 #include "store/StateFolder.h"
 #include "text/Utf8.h"
 #include "util/Exception.h"
-#include "util/ImageContent.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
-#include <limits>
+#include <exception>
 #include <optional>
 #include <utility>
 
@@ -34,42 +36,6 @@ constexpr std::uint64_t maxPauseSeconds = 86'400;
 void refuseOverlong(std::string_view what, std::size_t bytes, std::size_t maxBytes) {
     if (bytes > maxBytes)
         throw util::Exception(fmt::format("The {} is longer than {} bytes.", what, maxBytes));
-}
-
-// The cover is not less worth for lack of a place to keep its PNG, so a failure costs only the next show its
-// speed.
-void keepRendition(app::OpenStore& open, const std::string& hash, const util::Buffer& png) {
-    try {
-        open.store->keepRendition(hash, png.bytes(), open.parameters.number("renditionCacheBytes"));
-    } catch (const std::exception& e) {
-        util::logLine(fmt::format("rendition {}: {}", hash, e.what()));
-    }
-}
-
-std::optional<util::Image> keptRendition(store::CoverStore& store, const std::string& hash) {
-    std::optional<util::Buffer> png = store.rendition(hash);
-    if (!png) return std::nullopt;
-    try {
-        return util::ImageContent::fromPng(*std::move(png));
-    } catch (const util::Exception& e) {
-        util::logLine(fmt::format("rendition {} is made again: {}", hash, e.what()));
-        return std::nullopt;
-    }
-}
-
-/** Nothing when the image has gone meanwhile: another process has replaced the cover. */
-std::optional<util::Image> deliverable(app::OpenStore& open, const store::ImageInfo& info) {
-    if (!info.shownAsReceived)
-        if (std::optional<util::Image> kept = keptRendition(*open.store, info.hash)) return kept;
-    std::optional<util::Buffer> received = open.store->image(info.hash);
-    if (!received) return std::nullopt;
-    if (info.shownAsReceived) return util::ImageContent::fromPng(*std::move(received));
-    // What was accepted once is shown, also after the limits have been lowered.
-    util::Buffer png = util::ImageContent::rendition(
-        received->bytes(),
-        {.maxBytes = received->size(), .maxPixels = std::numeric_limits<std::uint64_t>::max()});
-    keepRendition(open, info.hash, png);
-    return util::ImageContent::fromPng(std::move(png));
 }
 
 jobs::Settings jobSettings(store::CoverStore& store,
@@ -88,7 +54,10 @@ jobs::RunnerSetup runnerSetup(const std::filesystem::path& folder) {
             .tagger = program.parent_path() / "sleevery-tagger",
             .openStore = [folder] { return std::make_unique<store::SqliteStore>(folder); },
             .settings = [complaints = std::make_shared<app::Parameters::Complaints>()](
-                            store::CoverStore& store) { return jobSettings(store, complaints); }};
+                            store::CoverStore& store) { return jobSettings(store, complaints); },
+            .showCurrentCover = [cover = std::make_shared<app::CurrentCover>(folder)](
+                                    store::CoverStore& store,
+                                    const std::atomic<bool>& cancelled) { cover->update(store, cancelled); }};
 }
 
 } // namespace
@@ -125,7 +94,8 @@ bool CoverCache::CheckDatabase() {
 bool CoverCache::GetImage(int id, util::Image* image) {
     const std::optional<store::ImageInfo> info = impl_->store().cover(id);
     if (!info) return false;
-    const std::optional<util::Image> found = deliverable(impl_->open(), *info);
+    const std::optional<util::Image> found =
+        app::storedCover(impl_->store(), impl_->open().parameters, *info);
     if (!found) return false;
     *image = *found;
     return true;
@@ -155,7 +125,14 @@ int CoverCache::Store(SongInfo& song, bool replace) {
     return id;
 }
 
-void CoverCache::ShowCurrentCover() {}
+void CoverCache::ShowCurrentCover() {
+    try {
+        if (impl_->opened && !impl_->open().parameters.text("deviceUrl").empty())
+            impl_->runner->showCurrentCover();
+    } catch (const std::exception& e) {
+        util::logLine(fmt::format("the current cover is not shown: {}", e.what()));
+    }
+}
 
 std::string CoverCache::Query(std::string artist, std::string album, std::string title) {
     store::CoverStore& store = impl_->store();

@@ -6,7 +6,10 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
+#include <cstdint>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -69,6 +72,10 @@ void appendSongElement(std::string& document, const store::Record& song) {
     document += "  <Song>\n";
     appendSong(document, song);
     document += "  </Song>\n";
+}
+
+void appendKnown(std::string& document, std::string_view element, std::optional<std::int64_t> number) {
+    if (number) appendText(document, element, std::to_string(*number));
 }
 
 std::string_view stateName(sources::SourceState state) {
@@ -182,6 +189,23 @@ std::string albumNamesDocument(const store::Record& song, const SongLookup& albu
     }
     appendReports(document, albums.reports);
     return document += "</AlbumNames>\n";
+}
+
+std::string albumSongsDocument(const store::Record& song, const std::vector<DeviceSong>& songs) {
+    std::string document(declaration);
+    document += "<AlbumSongs>\n";
+    appendSongElement(document, song);
+    for (const DeviceSong& track : songs) {
+        document += "  <Track>\n";
+        appendKnown(document, "Number", track.number);
+        appendKnown(document, "Disc", track.disc);
+        appendKnown(document, "Title", track.title);
+        appendKnown(document, "Artist", track.artist);
+        if (track.length) appendKnown(document, "Length", track.length->count());
+        appendKnown(document, "File", track.file);
+        document += "  </Track>\n";
+    }
+    return document += "</AlbumSongs>\n";
 }
 
 } // namespace app

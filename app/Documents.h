@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "app/AlbumSongs.h"
 #include "app/SongLookup.h"
 #include "store/CoverStore.h"
 
@@ -21,5 +22,6 @@ struct ListedEntry {
 [[nodiscard]] std::string parametersDocument(const std::vector<store::Parameter>& parameters);
 [[nodiscard]] std::string coverartDocument(const store::Record& song, const SongLookup& covers);
 [[nodiscard]] std::string albumNamesDocument(const store::Record& song, const SongLookup& albums);
+[[nodiscard]] std::string albumSongsDocument(const store::Record& song, const std::vector<DeviceSong>& songs);
 
 } // namespace app

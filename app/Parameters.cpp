@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/Parameters.h"
 
+#include "app/DeviceUrl.h"
 #include "sources/Fields.h"
 #include "sources/SourceList.h"
 #include "util/Log.h"
@@ -53,6 +54,12 @@ constexpr std::array definitions = {
                         "Where the Cover Art Archive is.", isBaseAddress},
     ParameterDefinition{"deezerUrl", "https://api.deezer.com", addressUnit, "Where Deezer is.",
                         isBaseAddress},
+    ParameterDefinition{"deviceConnectTimeout", "2", "seconds",
+                        "How long a connection to the appliance may take to come about; at most 60."},
+    ParameterDefinition{"deviceTimeout", "10", "seconds",
+                        "How long a command to the appliance may take altogether; at most 60."},
+    ParameterDefinition{"deviceUrl", "", "http or https address, or unix: and an absolute path",
+                        "Where the appliance's XML interface is; empty: there is none.", isDeviceUrl},
     ParameterDefinition{"discogsToken", "", keyUnit, "Token for Discogs; empty: not asked."},
     ParameterDefinition{"discogsUrl", "https://api.discogs.com", addressUnit, "Where Discogs is.",
                         isBaseAddress},
@@ -68,6 +75,7 @@ constexpr std::array definitions = {
                         isBaseAddress},
     ParameterDefinition{"lookupTimeout", "8", "seconds",
                         "How long the web sources are waited for altogether; at most 60."},
+    ParameterDefinition{"maxDeviceReplyBytes", "8388608", "bytes", "The largest reply of the appliance."},
     ParameterDefinition{"maxImageBytes", "33554432", "bytes", "The largest image file that is accepted."},
     ParameterDefinition{"maxImagePixels", "64000000", "pixels",
                         "The largest image, width times height, that is decoded."},

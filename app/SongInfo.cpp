@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/SongInfo.h"
 
+#include "app/AlbumSongs.h"
 #include "app/CoverFetch.h"
 #include "app/Documents.h"
 #include "app/OpenStore.h"
@@ -33,10 +34,6 @@ void dumpText(std::string& lines, std::string_view name, const std::string& valu
 
 std::string musicFolder() {
     return app::openStore() == nullptr ? std::string() : app::openStore()->parameters.text("musicFolder");
-}
-
-[[noreturn]] void notBuiltYet(std::string_view what) {
-    throw util::Exception(fmt::format("{} is not built yet.", what));
 }
 
 } // namespace
@@ -108,7 +105,7 @@ void SongInfo::Dump() const {
     dumpText(lines, "genre", genre);
     dumpText(lines, "file", songFilename);
     dumpText(lines, "uid", uid);
-    dumpText(lines, "image URL", imageUrl);
+    if (!imageUrl.empty()) dumpText(lines, "image URL", app::shown(imageUrl));
     if (sampler) lines += "  sampler\n";
     if (albumGuessed) lines += fmt::format("  album guessed, score {:.2f}\n", guessScore);
     if (image.isValid()) lines += fmt::format("  image: {} x {}\n", image.width(), image.height());
@@ -229,4 +226,7 @@ std::string SongInfo::getAmazonWebserviceURL(int page) {
     return app::amazonSearchUrl(app::recordOf(*this), page);
 }
 
-std::string SongInfo::readAlbumSongs() { notBuiltYet("The list of an album's songs"); }
+std::string SongInfo::readAlbumSongs() {
+    const store::Record song = app::recordOf(*this);
+    return app::albumSongsDocument(song, app::albumSongs(song));
+}

@@ -104,7 +104,8 @@ public:
     /** A document with the albums that the song may come from by its artist and title, likewise. */
     std::string guessAlbumNames();
 
-    /** A document with the songs of the record's album. @throws util::Exception */
+    /** A document with the songs of the record's album as the appliance has them, in playing order.
+     * @throws util::Exception when it can't be asked */
     std::string readAlbumSongs();
 
     /** Sets album, album guessed and score by the first of guessAlbumNames(). @return false, with nothing

@@ -31,5 +31,7 @@ int doService_Suggest(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_Update(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_Query(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_GuessAlbum(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
+int doService_Tracks(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_Parameter(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_WriteTags(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
+int doService_QuavionAPI(cgicc::Cgicc cgi, cgicc::FCgiIO& out);

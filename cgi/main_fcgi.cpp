@@ -25,8 +25,10 @@ constexpr Service services[] = {
     {"query", doService_Query},
     {"guessAlbum", doService_GuessAlbum},
     {"showEmpty", doService_ShowEmpty},
+    {"tracks", doService_Tracks},
     {"parameter", doService_Parameter},
     {"writeTags", doService_WriteTags},
+    {"quavionAPI", doService_QuavionAPI},
 };
 // clang-format on
 

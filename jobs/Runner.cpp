@@ -146,12 +146,17 @@ Runner::~Runner() {
 
 void Runner::wake() noexcept { ::eventfd_write(wakeEvent_.get(), 1); }
 
+void Runner::showCurrentCover() noexcept {
+    coverWanted_ = true;
+    wake();
+}
+
 void Runner::run() noexcept {
     milliseconds nextFailurePause = failurePause;
     while (!stopping_) {
         Pause pause;
         try {
-            pause = workOff();
+            pause = work();
             nextFailurePause = failurePause;
         } catch (const std::exception& e) {
             util::logLine(fmt::format("the job queue has to wait: {}", e.what()));
@@ -175,16 +180,24 @@ void Runner::takeEvent() const noexcept {
 }
 
 /** @return how long there is nothing to do */
-Runner::Pause Runner::workOff() {
+Runner::Pause Runner::work() {
     const std::unique_ptr<store::CoverStore> store = setup_.openStore();
-    if (!store->nextJobDue()) return std::nullopt;
+    const Pause pause = workOff(*store);
+    if (stopping_ || !coverWanted_.exchange(false)) return pause;
+    setup_.showCurrentCover(*store, stopping_);
+    return milliseconds(0); // that may have taken its time
+}
+
+/** @return how long there is no job to do */
+Runner::Pause Runner::workOff(store::CoverStore& store) {
+    if (!store.nextJobDue()) return std::nullopt;
     {
         const util::FileDescriptor lock = tryLock(setup_.lockFile);
         if (!lock) return lockPause;
-        recover(*store);
-        carryOutAll(*store, lock);
+        recover(store);
+        carryOutAll(store, lock);
     }
-    const auto due = store->nextJobDue();
+    const auto due = store.nextJobDue();
     if (!due) return std::nullopt;
     const auto left = std::chrono::ceil<milliseconds>(*due - store::Clock::now());
     return std::max(left, milliseconds(0));

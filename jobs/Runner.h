@@ -27,12 +27,14 @@ struct RunnerSetup {
     std::filesystem::path tagger;   // the program sleevery-tagger
     std::function<std::unique_ptr<store::CoverStore>()> openStore; // for the runner's own thread
     std::function<Settings(store::CoverStore&)> settings;
+    /** Brings the picture of what is playing up to date; may wait for others, but not once `stopping`. */
+    std::function<void(store::CoverStore&, const std::atomic<bool>& stopping)> showCurrentCover;
 };
 
 /**
- * Carries out the jobs of a store, one after another, in a thread of its own. Of all runners that share a
- * store one works at a time. Those that are woken or made meanwhile wait for it, and when its process dies
- * one of them goes on. The store is open only while there is something to do.
+ * Carries out the jobs of a store, one after another, in a thread of its own, and what else has to wait. Of
+ * all runners that share a store one works at a time. Those that are woken or made meanwhile wait for it, and
+ * when its process dies one of them goes on. The store is open only while there is something to do.
  */
 class Runner {
 public:
@@ -47,13 +49,18 @@ public:
     /** There is something in the queue. From any thread. */
     void wake() noexcept;
 
+    /** The picture of what is playing is to be brought up to date, once the jobs are done. From any thread.
+     */
+    void showCurrentCover() noexcept;
+
 private:
     using Pause = std::optional<std::chrono::milliseconds>; // nothing: until somebody wakes the runner
 
     void run() noexcept;
     void wait(Pause pause) const noexcept;
     void takeEvent() const noexcept;
-    Pause workOff();
+    Pause work();
+    Pause workOff(store::CoverStore& store);
     void carryOutAll(store::CoverStore& store, const util::FileDescriptor& lock);
     void tag(store::CoverStore& store, const store::Job& job, const Settings& settings,
              const util::FileDescriptor& lock);
@@ -63,6 +70,7 @@ private:
     const RunnerSetup setup_;
     const util::FileDescriptor wakeEvent_;
     std::atomic<bool> stopping_ = false;
+    std::atomic<bool> coverWanted_ = false;
     std::thread thread_;
 };
 

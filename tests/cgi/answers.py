@@ -9,6 +9,7 @@ SERVER_ERROR = b"Status: 500 Internal Server Error\n\n\nInternal Server Error\n\
 # Parts of the documents that services build themselves.
 DECLARATION = b'<?xml version="1.0" encoding="ISO-8859-1"?>\n'
 OK = b'  <Error code="0">OK</Error>\n'
+UTF8_DECLARATION = b'<?xml version="1.0" encoding="UTF-8"?>\n'  # of the appliance's replies alone
 
 INDEX = HTML_HEADER + b"""
 <html>
@@ -98,15 +99,34 @@ GUESS_FORM = HTML_HEADER + (
     b"</body></html>\n"
 )
 
+TRACKS_FORM = HTML_HEADER + (
+    b"\n<html><body>"
+    b'<form action="./tracks" method="POST" enctype="multipart/form-data">'
+    b'Artist: <input size="80" name="artist" type="text" value="Lowbeam"><br>'
+    b'Album: <input size="80" name="album" type="text" value="Paper Lanterns"><br>'
+    b'xslt: <input size="80" name="xslt" type="text" value=""><br>'
+    b'<input type="submit">'
+    b"</body></html>\n"
+)
+
+API_FORM = HTML_HEADER + (
+    b"\n<html><body>"
+    b'<form action="./quavionAPI" method="POST" enctype="multipart/form-data">'
+    b'XML-Query: <textarea cols="60" rows="10" name="xmlString" > &lt;GetPlayerState /&gt;</textarea><br>'
+    b'<input type="submit">'
+    b"</body></html>\n"
+)
+
 # What the tag jobs' service has for a request that is no POST.
 NO_DATA = DECLARATION + b"<NoData />\n"
 
-# What the stand-in gives for a cover, for a query, for suggestions, for albums, for the list of entries without a cover, and
+# What the stand-in gives for a cover, for a query, for suggestions, for albums, for an album's songs, for the list of entries without a cover, and
 # for that of parameters.
 COVER = b"\x89PNG\r\n\x1a\n\0cover\0of the stand-in\0"
 FOUND = b'<?xml version="1.0" encoding="UTF-8"?>\n<Found/>\n'
 SUGGESTED = b'<?xml version="1.0" encoding="UTF-8"?>\n<Suggested/>\n'
 GUESSED = b'<?xml version="1.0" encoding="UTF-8"?>\n<Guessed/>\n'
+TRACKS = b'<?xml version="1.0" encoding="UTF-8"?>\n<Songs/>\n'
 EMPTY_LIST = b'<?xml version="1.0" encoding="UTF-8"?>\n<Empty/>\n'
 PARAMETERS = b'<?xml version="1.0" encoding="UTF-8"?>\n<All/>\n'
 

@@ -4,6 +4,7 @@
 import forms
 import pytest
 from answers import (
+    API_FORM,
     EMPTY_LIST,
     GUESS_FORM,
     INDEX,
@@ -12,6 +13,7 @@ from answers import (
     QUERY_FORM,
     SHOW_FORM,
     SUGGEST_FORM,
+    TRACKS_FORM,
     UPDATE_FORM,
     UPLOAD_FORM,
     XML_HEADER,
@@ -25,6 +27,8 @@ SERVICES = {
     "query": QUERY_FORM,
     "guessAlbum": GUESS_FORM,
     "showEmpty": XML_HEADER + EMPTY_LIST,
+    "tracks": TRACKS_FORM,
+    "quavionAPI": API_FORM,
     "parameter": XML_HEADER + PARAMETERS,
     "writeTags": XML_HEADER + NO_DATA,
 }
@@ -53,7 +57,7 @@ def test_no_name_leads_to_the_index(seam, script_name):
     "service",
     [
         "Show", "SHOW", "Upload", "showempty", "ShowEmpty", "showEmpty2", "sho", " show", "show ", "show.png", "*",
-        "Suggest", "suggestion", "guessalbum", "GuessAlbum", "guess", "Update", "updat", "updates", "Query", "querys", "Parameter", "parameters", "writetags", "WriteTags", "writeTag",
+        "Suggest", "suggestion", "guessalbum", "GuessAlbum", "guess", "Update", "updat", "updates", "Query", "querys", "Tracks", "track", "quavionApi", "QuavionAPI", "quavionAPIs", "Parameter", "parameters", "writetags", "WriteTags", "writeTag",
     ],
 )
 def test_a_name_that_differs_leads_to_the_index(seam, service):

@@ -80,6 +80,16 @@ SERVICES = {
         multipart(PARTS),
         [*songs.EXTRACTED, "SongInfo::isValid()", "SongInfo::guessAlbumNames()"],
     ),
+    "tracks": (
+        "POST",
+        multipart(PARTS),
+        [*songs.EXTRACTED, f"CoverCache::Lookup({songs.record()})", "SongInfo::readAlbumSongs()"],
+    ),
+    "quavionAPI": (
+        "POST",
+        urlencoded([("xmlString", b"<Play/>")]),
+        ["Quavion::Instance()", 'Quavion::Send("<Play/>")'],
+    ),
     "parameter": (
         "POST",
         urlencoded([("a", "1"), ("cmdDelete", "a"), ("b", "2"), ("cmdDelete", "c")]),

@@ -11,6 +11,7 @@ import sys
 # What the responder sees of the cover library. Each of these includes only others of them and the C++ library...
 PUBLIC_HEADERS = {
     "app/CoverCache.h",
+    "app/Quavion.h",
     "app/SongInfo.h",
     "util/Convert.h",
     "util/Exception.h",

@@ -93,6 +93,11 @@ std::string SongInfo::guessAlbumNames() {
         .value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Guessed/>\n");
 }
 
+std::string SongInfo::readAlbumSongs() {
+    return called("SongInfo::readAlbumSongs")
+        .value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Songs/>\n");
+}
+
 // The image that it finds tells where it comes from.
 bool SongInfo::loadImage() {
     if (!calledForBool(!imageUrl.empty(), "SongInfo::loadImage")) return false;

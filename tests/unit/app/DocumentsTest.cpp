@@ -36,7 +36,9 @@ TEST(Documents, AreWellFormedWhateverIsStored) {
     for (const std::string& document :
          {app::queryDocument({{entry, {job}}}, 1), app::showEmptyDocument({entry}),
           app::parametersDocument({{nasty, nasty}}), app::coverartDocument(entry.record, lookup),
-          app::albumNamesDocument(entry.record, lookup)}) {
+          app::albumNamesDocument(entry.record, lookup),
+          app::albumSongsDocument(entry.record,
+                                  {{.title = nasty, .artist = nasty, .album = nasty, .file = nasty}})}) {
         util::XMLParser parser;
         EXPECT_TRUE(parser.parse(document)) << document;
     }
@@ -175,6 +177,32 @@ TEST(Documents, OfALookUpAreThereWhereNothingWasFound) {
                   "</CoverartInformation>\n");
     EXPECT_EQ(app::albumNamesDocument(song, {}),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<AlbumNames>\n" + songElement + "</AlbumNames>\n");
+}
+
+TEST(Documents, AnAlbumHasItsSongsInTheOrderGiven) {
+    const std::vector<app::DeviceSong> songs{{.number = 12,
+                                              .disc = 2,
+                                              .title = "T<1>",
+                                              .artist = "B",
+                                              .album = "other",
+                                              .length = std::chrono::seconds(214),
+                                              .file = "a/b.flac"},
+                                             {.file = "c.mp3"}};
+    EXPECT_EQ(app::albumSongsDocument(song, songs), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                                    "<AlbumSongs>\n" +
+                                                        songElement +
+                                                        "  <Track>\n"
+                                                        "    <Number>12</Number>\n"
+                                                        "    <Disc>2</Disc>\n"
+                                                        "    <Title>T&lt;1&gt;</Title>\n"
+                                                        "    <Artist>B</Artist>\n"
+                                                        "    <Length>214</Length>\n"
+                                                        "    <File>a/b.flac</File>\n"
+                                                        "  </Track>\n"
+                                                        "  <Track>\n"
+                                                        "    <File>c.mp3</File>\n"
+                                                        "  </Track>\n"
+                                                        "</AlbumSongs>\n");
 }
 
 } // namespace
