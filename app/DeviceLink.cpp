@@ -14,7 +14,7 @@ namespace app {
 namespace {
 
 constexpr std::uint64_t maxSeconds = 60; // one request blocks the next
-constexpr std::uint64_t maxReplyBytes = 256 * 1024 * 1024;
+constexpr std::uint64_t maxReplyBytes = 268'435'456;
 
 std::chrono::seconds seconds(Parameters& parameters, std::string_view name) {
     return std::chrono::seconds(std::min(parameters.number(name), maxSeconds));
