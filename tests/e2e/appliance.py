@@ -64,7 +64,7 @@ class Appliance(http.server.ThreadingHTTPServer):
     """On a port of 127.0.0.1, for as long as a `with` block lasts. What it does is in the path of its address; `reply`
     are the bytes that it gives, `commands` those that it got."""
 
-    daemon_threads = False
+    daemon_threads = True  # responders keep their connections
 
     def __init__(self):
         super().__init__(("127.0.0.1", 0), Handler)
