@@ -77,9 +77,9 @@ std::string printable(std::string_view text, std::size_t maxBytes) {
     return result;
 }
 
-void logLine(std::string_view message) noexcept {
+void logLine(std::string_view message, std::string_view program) noexcept {
     try {
-        const std::string line = "sleevery.fcgi: " + printable(message, maxLineBytes) + "\n";
+        const std::string line = std::string(program) + ": " + printable(message, maxLineBytes) + "\n";
         std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
     } catch (...) { // nobody is left to be told
         return;

@@ -13,7 +13,7 @@ namespace util {
  */
 [[nodiscard]] std::string printable(std::string_view text, std::size_t maxBytes = 200);
 
-/** Writes "sleevery.fcgi: " and the message, made printable, as one line to standard error, in one piece. */
-void logLine(std::string_view message) noexcept;
+/** Writes the program, ": " and the message, made printable, as one line to standard error, in one piece. */
+void logLine(std::string_view message, std::string_view program = "sleevery.fcgi") noexcept;
 
 } // namespace util

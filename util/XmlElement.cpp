@@ -36,6 +36,10 @@ XmlDoc parseXml(const std::string& document, std::size_t maxBytes) {
 
 XmlElement XmlElement::rootOf(const xmlDoc& document) { return XmlElement(xmlDocGetRootElement(&document)); }
 
+std::string_view XmlElement::name() const noexcept {
+    return node_ == nullptr ? std::string_view() : view(node_->name);
+}
+
 bool XmlElement::is(std::string_view name) const noexcept {
     return node_ != nullptr && view(node_->name) == name;
 }
@@ -61,6 +65,22 @@ std::vector<XmlElement> XmlElement::children(std::string_view name) const {
     for (const xmlNode* node = node_->children; node != nullptr; node = node->next)
         if (isKin(*node, name)) found.push_back(XmlElement(node));
     return found;
+}
+
+std::vector<XmlElement> XmlElement::children() const {
+    std::vector<XmlElement> found;
+    if (node_ == nullptr) return found;
+    for (const xmlNode* node = node_->children; node != nullptr; node = node->next)
+        if (node->type == XML_ELEMENT_NODE) found.push_back(XmlElement(node));
+    return found;
+}
+
+std::string XmlElement::ownText() const {
+    std::string text;
+    if (node_ == nullptr) return text;
+    for (const xmlNode* node = node_->children; node != nullptr; node = node->next)
+        if (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE) text += view(node->content);
+    return text;
 }
 
 std::string XmlElement::text() const {

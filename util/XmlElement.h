@@ -27,6 +27,9 @@ public:
 
     [[nodiscard]] explicit operator bool() const noexcept { return node_ != nullptr; }
 
+    /** Without its prefix; empty where there is no element. */
+    [[nodiscard]] std::string_view name() const noexcept;
+
     /** By name; nothing is said of the namespace. */
     [[nodiscard]] bool is(std::string_view name) const noexcept;
     [[nodiscard]] std::string_view nameSpace() const noexcept;
@@ -35,8 +38,14 @@ public:
     [[nodiscard]] XmlElement child(std::string_view name) const noexcept;
     [[nodiscard]] std::vector<XmlElement> children(std::string_view name) const;
 
+    /** Of any name and namespace. */
+    [[nodiscard]] std::vector<XmlElement> children() const;
+
     /** Of the element and all below. */
     [[nodiscard]] std::string text() const;
+
+    /** What stands beside its children, in one. */
+    [[nodiscard]] std::string ownText() const;
 
     /** Of an attribute without a namespace; empty where there is none. */
     [[nodiscard]] std::string attribute(const char* name) const;

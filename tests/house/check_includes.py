@@ -32,6 +32,7 @@ BELOW = {
     "store": ("text/", "util/"),
     "tags": ("text/", "util/"),
     "sources": ("net/", "store/", "tags/", "text/", "util/"),
+    "bridge": ("text/", "util/"),
     "jobs": ("store/", "tags/", "text/", "util/"),
     "app": ("jobs/", "net/", "sources/", "store/", "tags/", "text/", "util/"),
 }

@@ -9,7 +9,7 @@ import subprocess
 import pytest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-FOLDERS = ("app", "bench", "cgi", "jobs", "net", "sources", "store", "tags", "text", "util")
+FOLDERS = ("app", "bench", "bridge", "cgi", "jobs", "net", "sources", "store", "tags", "text", "util")
 if os.environ.get("SLEEVERY_LONG"):
     FOLDERS += ("tests",)  # as much as all the others together, and nothing of it ships
 SOURCES = sorted(

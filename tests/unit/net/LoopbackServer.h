@@ -49,13 +49,14 @@ private:
 /** What a handler of LoopbackServer talks to; it must not outlive the call. */
 class Client {
 public:
-    Client(int socket, int stop) : socket_(socket), stop_(stop) {}
+    /** @param end what a request's head ends with */
+    Client(int socket, int stop, std::string_view end) : socket_(socket), stop_(stop), end_(end) {}
 
     /** The head of the next request; empty when the client has gone, or the server is to stop. */
     std::string readHead() {
         std::string head;
         std::array<char, 1> next{};
-        while (!head.ends_with("\r\n\r\n")) {
+        while (!head.ends_with(end_)) {
             if (!readable() || ::recv(socket_, next.data(), 1, 0) != 1) return "";
             head += next[0];
         }
@@ -105,18 +106,26 @@ private:
 
     int socket_;
     int stop_;
+    std::string_view end_;
+};
+
+/** How a protocol begins, and how its requests end. */
+struct Manners {
+    std::string greeting;
+    std::string requestEnd = "\r\n\r\n";
 };
 
 /**
- * A web server on 127.0.0.1. The handler answers one request; what it returns tells whether the connection
- * stays open for the next one. Each connection has a thread of its own, in which the handler is called.
+ * A server on 127.0.0.1, of web pages unless it is told otherwise. The handler answers one request; what it
+ * returns tells whether the connection stays open for the next one. Each connection has a thread of its own,
+ * in which the handler is called.
  */
 class LoopbackServer {
 public:
     using Handler = std::function<bool(Client& client, const std::string& requestHead)>;
 
-    explicit LoopbackServer(Handler handler)
-        : handler_(std::move(handler)), stop_(::eventfd(0, EFD_CLOEXEC)) {
+    explicit LoopbackServer(Handler handler, Manners manners = {})
+        : handler_(std::move(handler)), manners_(std::move(manners)), stop_(::eventfd(0, EFD_CLOEXEC)) {
         if (!stop_ || ::listen(socket_.get(), 128) != 0) throw std::runtime_error("no server");
         thread_ = std::thread([this] { serve(); });
     }
@@ -160,7 +169,8 @@ private:
     }
 
     void answerAll(const util::FileDescriptor& socket, std::size_t number) {
-        Client client(socket.get(), stop_.get());
+        Client client(socket.get(), stop_.get(), manners_.requestEnd);
+        client.send(manners_.greeting);
         for (std::string head = client.readHead(); !head.empty(); head = client.readHead()) {
             note([&] { connections_[number].push_back(head); });
             if (!handler_(client, head)) break;
@@ -174,6 +184,7 @@ private:
     }
 
     Handler handler_;
+    Manners manners_;
     std::atomic<int> closed_ = 0;
     LoopbackSocket socket_;
     util::FileDescriptor stop_;
