@@ -6,8 +6,10 @@ import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
+import library  # noqa: E402
 import lookups  # noqa: E402
 from jobs import temporary_files, with_music  # noqa: E402
+from mpd import Mpd  # noqa: E402
 from server import Server  # noqa: E402
 from services import Services  # noqa: E402
 from songs import Workshop  # noqa: E402
@@ -72,3 +74,24 @@ def responder(asking_server, services):
     asking_server.post("parameter", {"cmdDelete": ["sources", "musicFolder"]})
     lookups.configure(asking_server, **services.parameters(), lookupTimeout="30")
     return asking_server
+
+
+@pytest.fixture(scope="session")
+def music(tmp_path_factory):
+    """A folder with the songs of a whole library, which nobody changes."""
+    folder = tmp_path_factory.mktemp("library") / "music"
+    library.make(folder, [*library.SPECIAL, *library.ordinary(14)])
+    return folder
+
+
+@pytest.fixture(scope="session")
+def shared_mpd(music):
+    with Mpd(music) as running:
+        yield running
+
+
+@pytest.fixture
+def mpd(shared_mpd):
+    """MPD with that library, an empty queue and nothing playing."""
+    shared_mpd.reset()
+    return shared_mpd

@@ -6,22 +6,16 @@ import os
 import pathlib
 import shutil
 import signal
-import socket
 import subprocess
 import tempfile
 import time
 
 import requests
+from ports import free_port
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 RESPONDER = pathlib.Path(os.environ.get("RESPONDER", ROOT / "build/release/sleevery.fcgi"))
 TIMEOUT_SECONDS = 60
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 def descendants(pids):

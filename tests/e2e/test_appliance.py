@@ -10,7 +10,8 @@ from answers import exception, stored_key
 from appliance import Appliance
 from documents import document
 from pictures import png
-from server import free_port
+from ports import free_port
+from waiting import wait_until
 
 DECLARATION = '<?xml version="1.0" encoding="UTF-8"?>\n'
 COMMAND = "<GetPlayerState/>"
@@ -183,22 +184,13 @@ def shown(server):
     return file.read_bytes() if file.exists() else None
 
 
-def comes_true(condition):
-    deadline = time.monotonic() + 60
-    while not condition():
-        if time.monotonic() > deadline:
-            return False
-        time.sleep(0.005)
-    return True
-
-
 def test_an_upload_brings_the_current_cover_up_to_date(linked, appliance):
     appliance.reply = PLAYING
     linked.upload(COVER, "image/png", artist="Lowbeam", album="Shown Album")
-    assert comes_true(lambda: shown(linked) == COVER)
+    wait_until(lambda: shown(linked) == COVER)
     appliance.reply = b"<CurrentSong/>"
     linked.upload(COVER, "image/png", artist="Lowbeam", album="Shown Album")
-    assert comes_true(lambda: shown(linked) is None)
+    wait_until(lambda: shown(linked) is None)
 
 
 def test_without_an_appliance_there_is_no_current_cover(linked, appliance):
@@ -214,7 +206,7 @@ def test_nobody_waits_for_a_dead_appliance(server, appliance):
     appliance.commands.clear()
     begin = time.monotonic()
     stored_key(server.upload(COVER, "image/png", artist="Lowbeam", album="Shown Album"))
-    assert comes_true(lambda: appliance.commands)
+    wait_until(lambda: appliance.commands)
     for _ in range(3):  # while it is waited for
         stored_key(server.upload(COVER, "image/png", artist="Lowbeam", album="Shown Album"))
     assert time.monotonic() - begin < 10 + SLACK_SECONDS

@@ -6,17 +6,25 @@ import re
 import signal
 import subprocess
 
+import library
 import pytest
 import requests
 from answers import png_of, stored_key
+from lxml import etree
 from pictures import png
 from server import ROOT, free_port
+from waiting import wait_until
 
 
 @pytest.fixture
-def running(tmp_path):
+def options():
+    return []
+
+
+@pytest.fixture
+def running(tmp_path, options):
     port = free_port()
-    process = subprocess.Popen([ROOT / "run", "--port", str(port), "--state", str(tmp_path / "state"), "--processes", "1"],
+    process = subprocess.Popen([ROOT / "run", "--port", str(port), "--state", str(tmp_path / "state"), "--processes", "1", *options],
                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                                start_new_session=True)
     said = []
@@ -71,3 +79,51 @@ def test_says_what_is_wrong_with_the_store_and_ends(tmp_path):
 def test_refuses_what_it_does_not_know(arguments):
     done = subprocess.run([ROOT / "run", *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
     assert done.returncode == 2 and done.stderr.startswith("./run: ")
+
+
+@pytest.fixture
+def odd_folder(tmp_path):
+    """Songs in a folder with a name that has to be quoted."""
+    folder = tmp_path / 'the "music" \\ here'
+    library.make(folder, library.TWENTY)
+    return folder
+
+
+def ask(address, command):
+    answer = requests.post(address + "quavionAPI", data={"xmlString": command}, timeout=60)
+    assert answer.status_code == 200
+    return etree.fromstring(answer.content)
+
+
+class TestMpd:
+    @pytest.fixture
+    def options(self, odd_folder):
+        return ["--mpd", "--music", odd_folder]
+
+    @pytest.mark.parametrize("ending", [signal.SIGINT, signal.SIGTERM], ids=str)
+    def test_is_the_appliance_and_stops_with_the_rest(self, running, ending):
+        process, port, said = running
+        address = f"http://127.0.0.1:{port}/sleevery/"
+        socket = re.search(r"--host=(\S+/mpd\.socket)", said).group(1)
+        assert ask(address, "<GetPlayerState/>").findtext("State") == "stopped"
+        songs = wait_until(lambda: ask(address, "<GetAlbumSongs><Album>Twenty Songs</Album></GetAlbumSongs>").findall("Song"))
+        assert [song.findtext("File") for song in songs] == [song.file for song in library.TWENTY]
+        ask(address, "<AddAlbum><Album>Twenty Songs</Album></AddAlbum>")
+        listed = subprocess.run(["mpc", f"--host={socket}", "playlist", "--format", "%file%"], capture_output=True, text=True, check=True)
+        assert listed.stdout.splitlines() == [song.file for song in library.TWENTY]
+        os.killpg(process.pid, ending)
+        assert process.wait(60) == 128 + ending
+        assert processes_naming(os.path.dirname(socket)) == [] and not os.path.exists(os.path.dirname(socket))
+
+
+def test_shows_why_mpd_does_not_start(tmp_path):
+    broken = tmp_path / "bin" / "mpd"
+    broken.parent.mkdir()
+    broken.write_text("#!/bin/sh\necho there is no sound in here >&2\nexit 1\n")
+    broken.chmod(0o755)
+    done = subprocess.run([ROOT / "run", "--mpd", "--port", str(free_port()), "--state", str(tmp_path / "state")], stdin=subprocess.DEVNULL,
+                          capture_output=True, text=True, timeout=300,
+                          env={**os.environ, "PATH": f"{broken.parent}:{os.environ['PATH']}", "TMPDIR": str(tmp_path)})
+    assert done.returncode == 1 and "MPD did not start" in done.stderr and "there is no sound in here" in done.stderr
+    assert processes_naming(f"STATE_DIRECTORY={tmp_path}") == [] == processes_naming(f"TMPDIR={tmp_path}")
+    assert not list(tmp_path.glob("tmp.*"))
