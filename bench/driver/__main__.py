@@ -10,6 +10,7 @@ import tempfile
 from pathlib import Path
 from typing import NamedTuple
 
+import appliance
 import big_store
 import memory
 import parameters
@@ -30,6 +31,7 @@ BENCHMARKS = {
     "parameters": parameters,
     "tagging": tagging,
     "suggestions": suggestions,
+    "appliance": appliance,
 }
 
 
@@ -45,6 +47,8 @@ class Scale(NamedTuple):
     queries: int
     songs: int
     song_seconds: int
+    tracks: int
+    libraries: tuple
 
 
 FULL = Scale(
@@ -57,6 +61,8 @@ FULL = Scale(
     queries=200,
     songs=15,
     song_seconds=760,
+    tracks=500,
+    libraries=(300, 5_000),
 )
 QUICK = Scale(
     rounds=3,
@@ -68,6 +74,8 @@ QUICK = Scale(
     queries=40,
     songs=5,
     song_seconds=70,
+    tracks=100,
+    libraries=(300,),
 )
 
 

@@ -43,7 +43,7 @@ def run(scale, folder):
         connection = server.connect()
         for number in range(WARM_UP + scale.uploads):
             cover = covers.Cover("", "image/jpeg", covers.jpeg(covers.variant(photo, number)))
-            times.append(_upload(connection, site, cover, f"Album {number}"))
+            times.append(send(connection, site, cover, f"Album {number}"))
             decode, commit = floor.measure(cover.content)
             decodes.append(decode)
             commits.append(commit)
@@ -51,7 +51,7 @@ def run(scale, folder):
     return [_row(len(cover.content), *(_median(series) for series in (times, decodes, commits)))]
 
 
-def _upload(connection, site, cover, album):
+def send(connection, site, cover, album):
     """Milliseconds."""
     content_type, body = upload_form(cover, album)
     start = time.perf_counter()
