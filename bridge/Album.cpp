@@ -24,10 +24,14 @@ struct Album {
 /** Whether it is an album artist or a folder, and which. */
 using AlbumKey = std::pair<bool, std::string>;
 
+std::string_view folderOf(const Song& song) {
+    const std::size_t end = song.file.rfind('/');
+    return std::string_view(song.file).substr(0, end == std::string::npos ? 0 : end);
+}
+
 AlbumKey keyOf(const Song& song) {
     if (!song.albumArtist.empty()) return {true, text::folded(song.albumArtist)};
-    const std::size_t end = song.file.rfind('/');
-    return {false, end == std::string::npos ? std::string() : song.file.substr(0, end)};
+    return {false, std::string(folderOf(song))};
 }
 
 std::map<AlbumKey, Album> grouped(std::vector<Song> songs) {
@@ -60,8 +64,20 @@ std::vector<Song> firstThatHolds(std::map<AlbumKey, Album> albums, const std::ve
     return chosen;
 }
 
-auto playingOrder(const Song& song) {
-    return std::make_tuple(song.disc.value_or(1), song.number.value_or(INT_MAX), std::string_view(song.file));
+/** As it is where only folders tell discs apart. */
+bool hasANumberTwice(const std::vector<Song>& songs) {
+    std::set<std::pair<int, int>> seen;
+    return std::ranges::any_of(songs, [&](const Song& song) {
+        return song.number && !seen.emplace(song.disc.value_or(1), *song.number).second;
+    });
+}
+
+void putInPlayingOrder(std::vector<Song>& songs) {
+    const bool folders = hasANumberTwice(songs);
+    std::ranges::sort(songs, {}, [folders](const Song& song) {
+        return std::make_tuple(song.disc.value_or(1), folders ? folderOf(song) : std::string_view(),
+                               song.number.value_or(INT_MAX), std::string_view(song.file));
+    });
 }
 
 std::vector<Condition> conditionsFor(const AlbumChoice& choice) {
@@ -77,7 +93,7 @@ std::vector<Condition> conditionsFor(const AlbumChoice& choice) {
 
 std::vector<Song> albumSongs(std::vector<Song> songs, const AlbumChoice& choice) {
     std::vector<Song> chosen = firstThatHolds(grouped(std::move(songs)), conditionsFor(choice));
-    std::ranges::sort(chosen, {}, playingOrder);
+    putInPlayingOrder(chosen);
     return chosen;
 }
 

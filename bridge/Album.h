@@ -17,7 +17,7 @@ struct AlbumChoice {
 
 /**
  * Out of all songs that name the album, those of the album that is meant, in playing order: by disc (none is
- * the first), number (none is the last) and file.
+ * the first), number (none is the last) and file; one folder after another where a disc has a number twice.
  *
  * An album is the songs of one album artist or, where they name none, of one folder. For a sampler, and where
  * no artist is given, those with more than one artist are meant if there are any, and all if not. Otherwise

@@ -116,4 +116,14 @@ TEST(AlbumSongs, ComeByDiscNumberAndFile) {
     EXPECT_EQ(files(songs, "Ann"), (Files{"z", "b", "c", "a", "g", "h", "i"}));
 }
 
+TEST(AlbumSongs, ComeFolderByFolderWhereANumberIsThereTwice) {
+    EXPECT_EQ(files({placed("cd2/a", std::nullopt, 1), placed("cd1/b", std::nullopt, 2),
+                     placed("cd1/a", std::nullopt, 1), placed("cd2/b", std::nullopt, 2)},
+                    "Ann"),
+              (Files{"cd1/a", "cd1/b", "cd2/a", "cd2/b"}));
+    EXPECT_EQ(files({placed("zoe/a", std::nullopt, 1), placed("ann/b", std::nullopt, 2)}, "Ann"),
+              (Files{"zoe/a", "ann/b"}));
+    EXPECT_EQ(files({placed("b/a", 1, 1), placed("a/b", 2, 1)}, "Ann"), (Files{"b/a", "a/b"}));
+}
+
 } // namespace

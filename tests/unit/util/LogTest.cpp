@@ -120,6 +120,12 @@ TEST(LogLine, WritesOneLineInOneGo) {
     EXPECT_EQ(error.nextWrite(), "");
 }
 
+TEST(LogLine, NamesAnotherProgram) {
+    const CapturedError error;
+    logLine("It listens.", "sleevery-bridge");
+    EXPECT_EQ(error.nextWrite(), "sleevery-bridge: It listens.\n");
+}
+
 TEST(LogLine, LetsNoMessageForgeALine) {
     const CapturedError error;
     logLine("name\nsleevery.fcgi: forged");
