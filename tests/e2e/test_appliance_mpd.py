@@ -1,11 +1,17 @@
 # SPDX-License-Identifier: MIT
 """The services that turn to the appliance, with the bridge and a real MPD for one."""
 
+import time
+
 import library
 import pytest
+from answers import exception
 from bridge import Bridge
 from documents import document
+from mpd import Mpd
 from server import Server
+
+SLACK_SECONDS = 5  # of a machine that has other things to do
 
 ALBUMS = {
     "twenty songs": (library.TWENTY, {}),
@@ -43,3 +49,70 @@ def test_commands_arrive_at_mpd(appliance, mpd):
     assert mpd.status()["volume"] == "23"
     answer = appliance.post("quavionAPI", {"xmlString": "<AddAlbum><Album>Twenty Songs</Album></AddAlbum>"})
     assert b"<Count>20</Count>" in answer.content and mpd.queue() == [song.file for song in library.TWENTY]
+
+
+@pytest.fixture(scope="module")
+def own_mpd(tmp_path_factory):
+    folder = tmp_path_factory.mktemp("own") / "music"
+    library.make(folder, library.TWENTY)
+    with Mpd(folder) as running:
+        yield running
+
+
+@pytest.fixture(scope="module")
+def chain(own_mpd):
+    """A bridge that gives MPD a second, and a responder that asks it."""
+    with Bridge(own_mpd.socket, options=["--mpd-timeout", "1"]) as bridge, Server(processes=1) as server:
+        server.post("parameter", {"deviceUrl": f"http://127.0.0.1:{bridge.port}/"})
+        yield bridge, server
+
+
+def state(server):
+    return server.post("quavionAPI", {"xmlString": "<GetPlayerState/>"}).text
+
+
+def twenty(server):
+    return server.post("tracks", {"artist": "The Scores", "album": "Twenty Songs"}).text
+
+
+def works(server):
+    return "<State>stopped</State>" in state(server) and twenty(server).count("<Track>") == 20
+
+
+def away(sentence):
+    return exception(f"The appliance answered with status 503: The music server {sentence}.")
+
+
+def test_mpd_may_be_restarted_between_two_requests(own_mpd, chain):
+    _, server = chain
+    for _ in range(3):
+        assert works(server)
+        own_mpd.restart()
+    assert works(server)
+
+
+def test_mpd_that_is_away_is_named(own_mpd, chain):
+    _, server = chain
+    own_mpd.stop()
+    assert state(server) == twenty(server) == away("can't be reached")
+    own_mpd.start()
+    assert works(server)
+
+
+def test_mpd_that_hangs_is_named_in_time(own_mpd, chain):
+    _, server = chain
+    own_mpd.freeze()
+    begin = time.monotonic()
+    assert state(server) == twenty(server) == away("does not answer in time")
+    assert time.monotonic() - begin < 2 * (1 + SLACK_SECONDS)
+    own_mpd.thaw()
+    assert works(server)
+
+
+def test_a_bridge_that_is_away_is_named(own_mpd, chain):
+    bridge, server = chain
+    assert works(server)
+    bridge.end()
+    assert state(server) == twenty(server) == exception("The appliance can't be reached.")
+    bridge.start()
+    assert works(server)

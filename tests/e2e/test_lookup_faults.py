@@ -8,7 +8,8 @@ import time
 import pytest
 from lookups import (ALBUM_SOURCES, PICTURE_SOURCES, SONG, SOURCES, after_a_day, change_store, configure, found, guess, reasons,
                      sources_of, states, suggest, texts)
-from server import Server, free_port
+from ports import free_port
+from server import Server
 from services import FAULTS, Services
 
 GROUPS = [ALBUM_SOURCES[:4], ALBUM_SOURCES[4:], PICTURE_SOURCES]  # more than four of one address would wait for each other

@@ -12,7 +12,8 @@ import requests
 from answers import png_of, stored_key
 from lxml import etree
 from pictures import png
-from server import ROOT, free_port
+from ports import free_port
+from server import ROOT, Server
 from waiting import wait_until
 
 
@@ -101,7 +102,7 @@ class TestMpd:
         return ["--mpd", "--music", odd_folder]
 
     @pytest.mark.parametrize("ending", [signal.SIGINT, signal.SIGTERM], ids=str)
-    def test_is_the_appliance_and_stops_with_the_rest(self, running, ending):
+    def test_is_the_appliance_and_stops_with_the_rest(self, running, ending, tmp_path):
         process, port, said = running
         address = f"http://127.0.0.1:{port}/sleevery/"
         socket = re.search(r"--host=(\S+/mpd\.socket)", said).group(1)
@@ -114,6 +115,8 @@ class TestMpd:
         os.killpg(process.pid, ending)
         assert process.wait(60) == 128 + ending
         assert processes_naming(os.path.dirname(socket)) == [] and not os.path.exists(os.path.dirname(socket))
+        with Server(tmp_path / "state") as later:
+            assert "<Parameter name=\"deviceUrl\"></Parameter>" in later.post("parameter", {}).text
 
 
 def test_shows_why_mpd_does_not_start(tmp_path):
