@@ -26,7 +26,7 @@ protected:
     CurrentCoverTest() { store_.setParameter({"deviceUrl", appliance_.url()}); }
 
     std::string keep(const store::Record& record, int side) {
-        const std::string bytes = tests::png(tests::picture(side, side));
+        std::string bytes = tests::png(tests::picture(side, side));
         (void)store_.storeImage(
             record, {.bytes = tests::bytesOf(bytes), .mimeType = "image/png", .shownAsReceived = true},
             store::IfPresent::Replace);
