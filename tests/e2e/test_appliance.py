@@ -156,12 +156,16 @@ def test_tracks_are_those_of_the_appliance(linked, appliance):
 
 def test_tracks_are_asked_for_as_the_cache_completes_the_song(linked, appliance):
     appliance.reply = b"<AlbumSongs/>"
-    linked.upload(COVER, "image/png", artist="Lowbeam", title="Lone Song")
-    linked.post("tracks", {"artist": "lowbeam", "title": "LONE song"})
-    assert not [command for command in appliance.commands if b"GetAlbumSongs" in command], "it has no album"
-    root = document(linked.post("tracks", {"artist": "Lowbeam", "album": "Nobody's"}), "AlbumSongs")
-    assert root.findall("Track") == []
-    assert b"<GetAlbumSongs><Album>Nobody's</Album><Artist>Lowbeam</Artist></GetAlbumSongs>" in appliance.commands
+    linked.upload(COVER, "image/png", artist="Lowbeam", title="Known Song", album="Known Album")
+    root = document(linked.post("tracks", {"artist": "lowbeam", "title": "KNOWN song"}), "AlbumSongs")
+    assert (root.findtext("Song/Album"), root.findall("Track")) == ("Known Album", [])
+    assert b"<GetAlbumSongs><Album>Known Album</Album><Artist>lowbeam</Artist></GetAlbumSongs>" in appliance.commands
+
+
+def test_without_an_album_there_are_no_tracks(linked, appliance):
+    for fields in ({"artist": "Lowbeam", "title": "Unknown"}, {"artist": "Lowbeam"}, {}):
+        assert document(linked.post("tracks", fields), "AlbumSongs").findall("Track") == []
+    assert appliance.commands == []
 
 
 def test_what_is_no_list_of_songs_is_an_exception(linked, appliance):
