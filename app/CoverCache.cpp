@@ -55,9 +55,11 @@ jobs::RunnerSetup runnerSetup(const std::filesystem::path& folder) {
             .openStore = [folder] { return std::make_unique<store::SqliteStore>(folder); },
             .settings = [complaints = std::make_shared<app::Parameters::Complaints>()](
                             store::CoverStore& store) { return jobSettings(store, complaints); },
-            .showCurrentCover = [cover = std::make_shared<app::CurrentCover>(folder)](
-                                    store::CoverStore& store,
-                                    const std::atomic<bool>& cancelled) { cover->update(store, cancelled); }};
+            .showCurrentCover =
+                [cover = std::make_shared<app::CurrentCover>(folder)](store::CoverStore& store,
+                                                                      const std::atomic<bool>& cancelled) {
+                    return cover->update(store, cancelled);
+                }};
 }
 
 } // namespace

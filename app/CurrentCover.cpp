@@ -39,14 +39,16 @@ std::optional<store::ImageInfo> coverOf(store::CoverStore& store, const DeviceSo
 CurrentCover::CurrentCover(const std::filesystem::path& stateFolder)
     : file_(stateFolder / "current-cover.png"), complaints_(std::make_shared<Parameters::Complaints>()) {}
 
-void CurrentCover::update(store::CoverStore& store, const std::atomic<bool>& cancelled) noexcept {
+bool CurrentCover::update(store::CoverStore& store, const std::atomic<bool>& cancelled) noexcept {
     try {
         Parameters parameters(&store, complaints_);
         if (!link_) link_ = std::make_unique<DeviceLink>(&cancelled);
         replaceFile(store, parameters, link_->send(parameters, "<GetCurrentSong/>"));
         lastFailure_.clear();
+        return true;
     } catch (const std::exception& e) {
         complain(e.what());
+        return false;
     }
 }
 

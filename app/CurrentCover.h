@@ -25,8 +25,9 @@ public:
      * or no cover of it. The file stays as it is when the appliance can't be asked; a line on standard error
      * says so once. Nothing is thrown.
      * @param cancelled ends it within a second once it is true
+     * @return false when that failed
      */
-    void update(store::CoverStore& store, const std::atomic<bool>& cancelled) noexcept;
+    [[nodiscard]] bool update(store::CoverStore& store, const std::atomic<bool>& cancelled) noexcept;
 
 private:
     void replaceFile(store::CoverStore& store, Parameters& parameters, const std::string& reply) const;

@@ -26,6 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 using store::Job;
 
 constexpr int maxAttempts = 5;
@@ -147,8 +148,7 @@ Runner::~Runner() {
 void Runner::wake() noexcept { ::eventfd_write(wakeEvent_.get(), 1); }
 
 void Runner::showCurrentCover() noexcept {
-    coverWanted_ = true;
-    wake();
+    if (!coverWanted_.exchange(true)) wake(); // or the thread comes to it anyway
 }
 
 void Runner::run() noexcept {
@@ -182,10 +182,15 @@ void Runner::takeEvent() const noexcept {
 /** @return how long there is nothing to do */
 Runner::Pause Runner::work() {
     const std::unique_ptr<store::CoverStore> store = setup_.openStore();
-    const Pause pause = workOff(*store);
-    if (stopping_ || !coverWanted_.exchange(false)) return pause;
-    setup_.showCurrentCover(*store, stopping_);
-    return milliseconds(0); // that may have taken its time
+    for (;;) {
+        const Pause pause = workOff(*store);
+        if (stopping_ || !coverWanted_) return pause;
+        const auto left = std::chrono::ceil<milliseconds>(coverNotBefore_ - steady_clock::now());
+        if (left > milliseconds(0)) return pause ? std::min(*pause, left) : left;
+        coverWanted_ = false;
+        if (!setup_.showCurrentCover(*store, stopping_))
+            coverNotBefore_ = steady_clock::now() + setup_.coverPause;
+    }
 }
 
 /** @return how long there is no job to do */

@@ -27,8 +27,10 @@ struct RunnerSetup {
     std::filesystem::path tagger;   // the program sleevery-tagger
     std::function<std::unique_ptr<store::CoverStore>()> openStore; // for the runner's own thread
     std::function<Settings(store::CoverStore&)> settings;
-    /** Brings the picture of what is playing up to date; may wait for others, but not once `stopping`. */
-    std::function<void(store::CoverStore&, const std::atomic<bool>& stopping)> showCurrentCover;
+    /** Brings the picture of what is playing up to date; may wait for others, but not once `stopping`.
+     * @return false when that failed */
+    std::function<bool(store::CoverStore&, const std::atomic<bool>& stopping)> showCurrentCover;
+    std::chrono::milliseconds coverPause{5000}; // after a failure, before it is tried again
 };
 
 /**
@@ -49,8 +51,8 @@ public:
     /** There is something in the queue. From any thread. */
     void wake() noexcept;
 
-    /** The picture of what is playing is to be brought up to date, once the jobs are done. From any thread.
-     */
+    /** The picture of what is playing is to be brought up to date, once the jobs are done and the last
+     * failure is a while ago. From any thread. */
     void showCurrentCover() noexcept;
 
 private:
@@ -71,6 +73,7 @@ private:
     const util::FileDescriptor wakeEvent_;
     std::atomic<bool> stopping_ = false;
     std::atomic<bool> coverWanted_ = false;
+    std::chrono::steady_clock::time_point coverNotBefore_; // the thread's own
     std::thread thread_;
 };
 

@@ -36,7 +36,7 @@ protected:
     std::string update(const std::string& reply) {
         appliance_.setReply(reply);
         testing::internal::CaptureStderr();
-        cover_.update(store_, cancelled_);
+        worked_ = cover_.update(store_, cancelled_);
         said_ = testing::internal::GetCapturedStderr();
         return shown();
     }
@@ -53,6 +53,7 @@ protected:
     app::CurrentCover cover_{folder_.path()};
     std::atomic<bool> cancelled_ = false;
     std::string said_;
+    bool worked_ = false;
 };
 
 TEST_F(CurrentCoverTest, IsThatOfTheSongTheApplianceIsAt) {
@@ -80,6 +81,7 @@ TEST_F(CurrentCoverTest, IsGoneWhenThereIsNoSongOrNoCoverOfIt) {
           playing("<Title>Untold</Title>"), playing("")}) {
         EXPECT_EQ(update(lanterns), cover);
         EXPECT_EQ(update(reply), "(none)") << reply;
+        EXPECT_TRUE(worked_) << reply;
         EXPECT_EQ(said_, "");
     }
     EXPECT_EQ(update("<CurrentSong/>"), "(none)");
@@ -98,6 +100,7 @@ TEST_F(CurrentCoverTest, StaysWhenTheApplianceCantBeAskedWhichIsSaidOnce) {
               "sleevery.fcgi: the current cover stays as it is: The appliance refuses the command: Busy.\n");
     EXPECT_EQ(update("<Error code=\"-5\">Busy.</Error>"), cover);
     EXPECT_EQ(said_, "");
+    EXPECT_FALSE(worked_);
     EXPECT_EQ(update("garbage"), cover);
     EXPECT_NE(said_, "");
     EXPECT_EQ(update(lanterns), cover);
@@ -110,11 +113,11 @@ TEST_F(CurrentCoverTest, ThrowsNothingWhereItCantBeWritten) {
     std::filesystem::create_directories(folder_.path() / "current-cover.png" / "in the way");
     testing::internal::CaptureStderr();
     appliance_.setReply(lanterns);
-    cover_.update(store_, cancelled_);
+    EXPECT_FALSE(cover_.update(store_, cancelled_));
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
     appliance_.setReply("<CurrentSong/>");
     testing::internal::CaptureStderr();
-    cover_.update(store_, cancelled_);
+    EXPECT_FALSE(cover_.update(store_, cancelled_));
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
 }
 

@@ -11,13 +11,14 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using jobs::Runner;
 using tests::comesTrue;
 
 /** A runner without songs, which is told how the picture of what is playing is shown. */
 class RunnerCoverTest : public testing::Test {
 protected:
-    using Show = std::function<void(store::CoverStore&, const std::atomic<bool>&)>;
+    using Show = std::function<bool(store::CoverStore&, const std::atomic<bool>&)>;
 
     jobs::RunnerSetup setup(Show show) {
         return {.lockFile = folder_.path() / "jobs.lock",
@@ -32,7 +33,7 @@ protected:
 };
 
 TEST_F(RunnerCoverTest, ShowsTheCoverOnlyWhenItIsAskedTo) {
-    Runner runner(setup([this](auto&, auto&) { ++shown_; }));
+    Runner runner(setup([this](auto&, auto&) { return ++shown_ > 0; }));
     runner.wake();
     runner.showCurrentCover();
     ASSERT_TRUE(comesTrue([&] { return shown_ == 1; }));
@@ -45,7 +46,7 @@ TEST_F(RunnerCoverTest, ShowsTheLatestForAllThatAskMeanwhile) {
     std::atomic<bool> goOn = false;
     Runner runner(setup([&](auto&, auto&) {
         ++shown_;
-        EXPECT_TRUE(comesTrue([&] { return goOn.load(); }));
+        return comesTrue([&] { return goOn.load(); });
     }));
     runner.showCurrentCover();
     ASSERT_TRUE(comesTrue([&] { return shown_ == 1; }));
@@ -69,7 +70,7 @@ TEST_F(RunnerCoverTest, DoesTheJobsFirst) {
     std::atomic<bool> jobDone = false;
     Runner runner(setup([&](store::CoverStore& opened, auto&) {
         jobDone = opened.jobs(entry).at(0).state == store::JobState::Done;
-        ++shown_;
+        return ++shown_ > 0;
     }));
     runner.showCurrentCover();
     ASSERT_TRUE(comesTrue([&] { return shown_ == 1; }));
@@ -82,11 +83,58 @@ TEST_F(RunnerCoverTest, TellsWhoeverWaitsThatItIsToStop) {
         Runner runner(setup([&](auto&, const std::atomic<bool>& stopping) {
             ++shown_;
             stopped = comesTrue([&] { return stopping.load(); });
+            return false;
         }));
         runner.showCurrentCover();
         ASSERT_TRUE(comesTrue([&] { return shown_ == 1; }));
     }
     EXPECT_TRUE(stopped);
+}
+
+/** Shows nothing, and how often it is tried. */
+jobs::RunnerSetup failing(jobs::RunnerSetup setup, std::atomic<int>& tried, std::chrono::milliseconds pause) {
+    setup.showCurrentCover = [&tried](auto&, auto&) { return ++tried < 0; };
+    setup.coverPause = pause;
+    return setup;
+}
+
+TEST_F(RunnerCoverTest, IsLeftAloneForAWhileAfterAFailureButNotTheJobs) {
+    constexpr int rounds = 10;
+    std::atomic<int> opened = 0;
+    jobs::RunnerSetup counting = failing(setup({}), shown_, 1h);
+    counting.openStore = [&opened, open = counting.openStore] {
+        ++opened;
+        return open();
+    };
+    Runner runner(counting);
+    runner.showCurrentCover();
+    ASSERT_TRUE(comesTrue([&] { return shown_ == 1; }));
+    store::SqliteStore store(folder_.path());
+    for (int round = 0; round < rounds; ++round) {
+        runner.showCurrentCover();
+        const int entry = store.registerEntry({.artist = "a", .title = std::to_string(round)}).id;
+        (void)store.queueDeleteJob(entry);
+        runner.wake();
+        ASSERT_TRUE(comesTrue([&] { return store.jobs(entry).at(0).state == store::JobState::Done; }));
+    }
+    EXPECT_EQ(shown_, 1);
+    // At the start, for the first cover, for the second to find that it has to wait, and for the jobs.
+    EXPECT_LE(opened, 3 + rounds);
+}
+
+TEST_F(RunnerCoverTest, TriesAgainOnceTheWhileIsOver) {
+    std::atomic<bool> asked = false;
+    jobs::RunnerSetup failingOnce = setup([&](auto&, auto&) {
+        const bool first = ++shown_ == 1;
+        return !first || !comesTrue([&] { return asked.load(); });
+    });
+    failingOnce.coverPause = 50ms;
+    Runner runner(failingOnce);
+    runner.showCurrentCover();
+    ASSERT_TRUE(comesTrue([&] { return shown_ == 1; }));
+    runner.showCurrentCover();
+    asked = true;
+    ASSERT_TRUE(comesTrue([&] { return shown_ == 2; }));
 }
 
 } // namespace
