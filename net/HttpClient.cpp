@@ -41,9 +41,11 @@ HttpAnswer HttpClient::post(const std::string& url, std::string_view contentType
     setOption(handle, CURLOPT_POST, 1L);
     setOption(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
     // libcurl sends a request again when a kept connection turns out to be closed. It can't do so once it has
-    // taken from a body that can't be rewound: the server may have it already, and it is no GET.
+    // taken from a body that can't be rewound: the server may have it already, and it is no GET. Where there
+    // is no body to take from, no kept connection is used.
     setOption(handle, CURLOPT_READFUNCTION, &giveBody);
     setOption(handle, CURLOPT_READDATA, &body);
+    if (body.empty()) setOption(handle, CURLOPT_FRESH_CONNECT, 1L);
     return transfer.answer(curl_easy_perform(handle));
 }
 
