@@ -53,9 +53,11 @@ std::string valueOf(std::string_view text, std::string_view name) {
 
 std::string encodingOf(const net::HttpAnswer& answer) {
     if (std::string marked = text::markedEncoding(answer.body); !marked.empty()) return marked;
-    if (std::string told = valueOf(answer.contentType, "charset"); !told.empty()) return told;
-    if (std::string declared = valueOf(declarationOf(answer.body), "encoding"); !declared.empty())
-        return declared;
+    // Programs that hold their texts in UTF-16 like to say so of what they have sent in UTF-8.
+    const bool narrow = answer.body.find('\0') == std::string::npos;
+    for (const std::string& named :
+         {valueOf(answer.contentType, "charset"), valueOf(declarationOf(answer.body), "encoding")})
+        if (!named.empty() && !(narrow && text::isWide(named))) return named;
     return "UTF-8";
 }
 

@@ -9,7 +9,8 @@ namespace app {
 
 /**
  * What the appliance answered, in UTF-8 and without a declaration of its own, which would be wrong by then.
- * Its encoding is what its byte order mark says, else its Content-Type, else its declaration.
+ * Its encoding is what its byte order mark says, else its Content-Type, else its declaration;
+ * but it is no UTF-16 without a zero byte.
  * @throws util::Exception for an answer that is no success, with the reason that it gives, or in an encoding
  * that nobody knows
  */

@@ -7,6 +7,7 @@
 #include <unicode/ucnv.h>
 
 #include <limits>
+#include <memory>
 
 namespace text {
 namespace {
@@ -31,6 +32,13 @@ std::optional<std::string> decoded(std::string_view bytes, const std::string& en
     ucnv_convert("UTF-8", encoding.c_str(), utf8.data(), needed, bytes.data(), length, &error);
     if (U_FAILURE(error) != 0) return std::nullopt;
     return utf8;
+}
+
+bool isWide(const std::string& encoding) {
+    UErrorCode error = U_ZERO_ERROR;
+    const std::unique_ptr<UConverter, void (*)(UConverter*)> converter(ucnv_open(encoding.c_str(), &error),
+                                                                       &ucnv_close);
+    return converter && ucnv_getMinCharSize(converter.get()) > 1;
 }
 
 std::string markedEncoding(std::string_view bytes) {

@@ -14,6 +14,9 @@ namespace text {
  */
 [[nodiscard]] std::optional<std::string> decoded(std::string_view bytes, const std::string& encoding);
 
+/** Whether every character takes two bytes at least in the encoding of that name. */
+[[nodiscard]] bool isWide(const std::string& encoding);
+
 /** The encoding that a byte order mark at the start tells; empty where there is none. */
 [[nodiscard]] std::string markedEncoding(std::string_view bytes);
 

@@ -59,6 +59,14 @@ TEST(DeviceReply, BelievesAByteOrderMarkMost) {
     EXPECT_EQ(reply(utf16, "text/xml; charset=iso-8859-1"), "<A>ä</A>");
 }
 
+TEST(DeviceReply, IsNoUtf16WhateverItClaims) {
+    EXPECT_EQ(reply("<?xml version=\"1.0\" encoding=\"utf-16\"?>\n<A>ü</A>"), "<A>ü</A>");
+    EXPECT_EQ(reply("<?xml version=\"1.0\" encoding=\"utf-16\"?><A>\xFC</A>", "text/xml; charset=iso-8859-1"),
+              "<A>ü</A>");
+    EXPECT_EQ(reply("<A>ü</A>", "text/xml; charset=UTF-16LE"), "<A>ü</A>");
+    EXPECT_EQ(reply("<\0A\0/\0>\0"s, "text/xml; charset=UTF-16LE"), "<A/>");
+}
+
 TEST(DeviceReply, IsUtf8WhateverItClaims) {
     EXPECT_EQ(reply("<A>\xE4\x80</A>"), "<A>ä€</A>");
     EXPECT_EQ(reply("<A>\xE4</A>", "text/xml; charset=utf-8"), "<A>ä</A>");

@@ -49,6 +49,13 @@ TEST(Decoded, KnowsNoEncodingOfAnotherName) {
         EXPECT_EQ(text::decoded("abc", name), std::nullopt) << name;
 }
 
+TEST(IsWide, TellsUtf16AndUtf32FromTheRest) {
+    for (const char* name : {"UTF-16", "utf-16le", "UTF-32", "ISO-10646-UCS-2"})
+        EXPECT_TRUE(text::isWide(name)) << name;
+    for (const char* name : {"UTF-8", "Shift_JIS", "ISO-8859-1", "x-nobody-knows", ""})
+        EXPECT_FALSE(text::isWide(name)) << name;
+}
+
 TEST(MarkedEncoding, IsTold) {
     EXPECT_EQ(text::markedEncoding("\xEF\xBB\xBF<a/>"), "UTF-8");
     EXPECT_EQ(text::markedEncoding("\xFF\xFE<\0"s), "UTF-16LE");
