@@ -9,11 +9,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <optional>
 #include <span>
+#include <system_error>
 #include <vector>
 
 namespace app {
@@ -32,6 +34,12 @@ std::optional<store::ImageInfo> coverOf(store::CoverStore& store, const DeviceSo
         if (entry && entry->image) return entry->image;
     }
     return std::nullopt;
+}
+
+bool holds(const std::filesystem::path& file, std::span<const std::byte> bytes) {
+    std::error_code none;
+    if (std::filesystem::file_size(file, none) != bytes.size() || none) return false;
+    return std::ranges::equal(util::readFile(file.c_str(), bytes.size()).bytes(), bytes);
 }
 
 } // namespace
@@ -64,7 +72,9 @@ void CurrentCover::replaceFile(store::CoverStore& store, Parameters& parameters,
         return;
     }
     const PngBytes owner(data, &std::free); // NOLINT(cppcoreguidelines-no-malloc)
-    util::replaceFile(file_.c_str(), std::span(static_cast<const std::byte*>(data), size));
+    const std::span bytes(static_cast<const std::byte*>(data), size);
+    // Every upload asks for it, and most of them have nothing to do with what is playing.
+    if (!holds(file_, bytes)) util::replaceFile(file_.c_str(), bytes);
 }
 
 void CurrentCover::complain(const std::string& failure) {

@@ -22,8 +22,8 @@ public:
 
     /**
      * Asks the appliance and brings the file up to date, all at once. There is no file when there is no song,
-     * or no cover of it. The file stays as it is when the appliance can't be asked; a line on standard error
-     * says so once. Nothing is thrown.
+     * or no cover of it, and one that holds the cover already is not touched. The file stays as it is when
+     * the appliance can't be asked; a line on standard error says so once. Nothing is thrown.
      * @param cancelled ends it within a second once it is true
      * @return false when that failed
      */

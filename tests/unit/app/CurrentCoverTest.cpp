@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 
 namespace {
 
@@ -85,6 +86,19 @@ TEST_F(CurrentCoverTest, IsGoneWhenThereIsNoSongOrNoCoverOfIt) {
         EXPECT_EQ(said_, "");
     }
     EXPECT_EQ(update("<CurrentSong/>"), "(none)");
+}
+
+TEST_F(CurrentCoverTest, IsNotTouchedWhenItIsTheRightOne) {
+    const std::string cover = keep({.artist = "Lowbeam", .album = "Paper Lanterns"}, 20);
+    EXPECT_EQ(update(lanterns), cover);
+    const std::filesystem::path same = folder_.path() / "same";
+    std::filesystem::create_hard_link(folder_.path() / "current-cover.png", same);
+    EXPECT_EQ(update(lanterns), cover);
+    EXPECT_EQ(std::filesystem::hard_link_count(same), 2U) << "it has been replaced";
+    std::string other = cover; // of the same size
+    other.back() ^= 1;
+    std::ofstream(folder_.path() / "current-cover.png") << other;
+    EXPECT_EQ(update(lanterns), cover);
 }
 
 TEST_F(CurrentCoverTest, RegistersNothing) {
