@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <string_view>
@@ -17,7 +18,18 @@ namespace app {
 namespace {
 
 constexpr std::size_t maxReplyBytes = std::size_t{64} * 1024 * 1024;
-constexpr std::size_t maxSongs = 10'000; // no album has as many
+constexpr std::size_t maxSongs = 10'000;          // no album has as many
+constexpr std::ptrdiff_t maxTags = 30 * maxSongs; // each element takes thirty times its bytes in memory
+
+constexpr const char* noSongs = "The appliance answered something else than a list of songs.";
+
+util::XmlDoc parsed(const std::string& reply) {
+    try {
+        return util::parseXml(reply, maxReplyBytes);
+    } catch (const util::Exception&) {
+        throw util::Exception(noSongs);
+    }
+}
 
 std::optional<int> numberIn(const util::XmlElement& song, std::string_view name) {
     const std::string text = song.child(name).text();
@@ -53,9 +65,11 @@ std::string command(const store::Record& song) {
 std::vector<DeviceSong> deviceSongs(const std::string& reply, std::string_view root) {
     if (const std::string refusal = deviceRefusal(reply); !refusal.empty())
         throw util::Exception(fmt::format("The appliance refuses the command: {}", refusal));
-    const util::XmlDoc document = util::parseXml(reply, maxReplyBytes);
+    if (std::count(reply.begin(), reply.end(), '<') > maxTags)
+        throw util::Exception("The appliance lists too many songs.");
+    const util::XmlDoc document = parsed(reply);
     const util::XmlElement list = util::XmlElement::rootOf(*document);
-    if (!list.is(root)) throw util::Exception("The appliance answered something else than a list of songs.");
+    if (!list.is(root)) throw util::Exception(noSongs);
     std::vector<DeviceSong> songs;
     for (const util::XmlElement& song : list.children("Song")) {
         if (songs.size() == maxSongs) throw util::Exception("The appliance lists too many songs.");

@@ -155,11 +155,13 @@ def test_tracks_are_those_of_the_appliance(linked, appliance):
 
 
 def test_tracks_are_asked_for_as_the_cache_completes_the_song(linked, appliance):
-    appliance.reply = b"<AlbumSongs/>"
+    linked.post("parameter", {"cmdDelete": "deviceUrl"})  # or the upload would ask for the current cover at some moment
     linked.upload(COVER, "image/png", artist="Lowbeam", title="Known Song", album="Known Album")
+    use(linked, appliance.url())
+    appliance.reply = b"<AlbumSongs/>"
     root = document(linked.post("tracks", {"artist": "lowbeam", "title": "KNOWN song"}), "AlbumSongs")
     assert (root.findtext("Song/Album"), root.findall("Track")) == ("Known Album", [])
-    assert b"<GetAlbumSongs><Album>Known Album</Album><Artist>lowbeam</Artist></GetAlbumSongs>" in appliance.commands
+    assert appliance.commands == [b"<GetAlbumSongs><Album>Known Album</Album><Artist>lowbeam</Artist></GetAlbumSongs>"]
 
 
 def test_without_an_album_there_are_no_tracks(linked, appliance):
@@ -170,7 +172,7 @@ def test_without_an_album_there_are_no_tracks(linked, appliance):
 
 def test_what_is_no_list_of_songs_is_an_exception(linked, appliance):
     for reply, text in (
-        (b"no xml", "The answer is no XML."),
+        (b"no xml", "The appliance answered something else than a list of songs."),
         (b"<PlayerState/>", "The appliance answered something else than a list of songs."),
         (b'<Error code="-3">&lt;Album&gt; is missing.</Error>', "The appliance refuses the command: Album is missing."),
     ):

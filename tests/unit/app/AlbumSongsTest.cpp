@@ -71,10 +71,14 @@ TEST(DeviceSongs, AnythingElseIsAFailure) {
               "The appliance refuses the command: Album is missing.");
     EXPECT_EQ(failure("<CurrentSong/>"), "The appliance answered something else than a list of songs.");
     for (const char* reply : {"", "no <xml", "<AlbumSongs>", "<!DOCTYPE A><AlbumSongs/>"})
-        EXPECT_EQ(failure(reply), "The answer is no XML.") << reply;
+        EXPECT_EQ(failure(reply), "The appliance answered something else than a list of songs.") << reply;
     std::string many = "<AlbumSongs>";
     for (int number = 0; number < 10'001; ++number)
         many += "<Song/>";
+    EXPECT_EQ(failure(many + "</AlbumSongs>"), "The appliance lists too many songs.");
+    many = "<AlbumSongs>";
+    for (int number = 0; number < 300'000; ++number)
+        many += "<a/>";
     EXPECT_EQ(failure(many + "</AlbumSongs>"), "The appliance lists too many songs.");
 }
 
