@@ -5,6 +5,9 @@
 #include "bridge/Server.h"
 #include "util/XmlSetUp.h"
 
+#include <sys/resource.h>
+#include <sys/select.h>
+
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -29,7 +32,16 @@ void stopAtSignal(bridge::Server& server) {
     server.stop();
 }
 
+/** libmpdclient waits with select(), which ends the program at a descriptor of FD_SETSIZE or more. */
+void limitDescriptors() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur <= FD_SETSIZE) return;
+    limit.rlim_cur = FD_SETSIZE;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 void serve(const bridge::Options& options) {
+    limitDescriptors();
     util::setUpXmlLibraries(); // before there is a second thread
     // Threads inherit it, so that the signals wait for the one that asks for them.
     const sigset_t signals = endingSignals();

@@ -3,6 +3,7 @@
 
 import concurrent.futures
 import contextlib
+import resource
 import socket
 import stat
 import subprocess
@@ -96,6 +97,13 @@ def test_mpd_killed_in_the_middle_is_not_asked_again(own_mpd):
         assert asked.result(TIMEOUT_SECONDS)
         own_mpd.start()
         assert answers(bridge) and own_mpd.status()["state"] == "stop"
+
+
+def test_no_connection_gets_a_number_that_the_mpd_library_can_not_wait_for(own_mpd):
+    _, most = resource.getrlimit(resource.RLIMIT_NOFILE)
+    with Bridge(own_mpd.socket) as bridge:
+        assert resource.prlimit(bridge.process.pid, resource.RLIMIT_NOFILE) == (min(most, 1024), most)
+        assert answers(bridge)
 
 
 def test_something_else_than_mpd_is_told():
