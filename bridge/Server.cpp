@@ -13,20 +13,15 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <exception>
-#include <memory>
 
 namespace bridge {
 namespace {
 
+constexpr std::size_t maxRequestsPerConnection =
+    1'000'000; // is told to clients; the library's own choice is 5
 constexpr const char* replyType = "text/xml; charset=utf-8";
-constexpr time_t clientTimeoutSeconds = 5;
-constexpr std::size_t maxRequestsPerConnection = 1'000'000; // the library's own choice is 5
-// An idle connection keeps its thread until the client's time is over, and so does a command that waits for
-// its turn: so many that a few of either keep nobody else out.
-constexpr std::size_t threads = 16;
-// What is too long is read all the same, so that a client which first sends and then listens hears of it.
-constexpr std::size_t maxPassedOverBytes = 16 * Command::maxBytes;
 
 void put(httplib::Response& response, int status, const std::string& document) {
     response.status = status;
@@ -93,10 +88,6 @@ void Server::setUp() {
     http_.set_socket_options(setSocketOptions);
     http_.set_tcp_nodelay(true);
     http_.set_keep_alive_max_count(maxRequestsPerConnection);
-    http_.set_keep_alive_timeout(clientTimeoutSeconds);
-    http_.set_read_timeout(clientTimeoutSeconds);
-    http_.set_write_timeout(clientTimeoutSeconds);
-    http_.set_payload_max_length(Command::maxBytes);
     http_.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
         return admit(request, response);
     });
@@ -140,31 +131,31 @@ void Server::bind(const Options& options) {
 
 void Server::run(const std::function<void()>& ready) {
     // Asked for once, when the server has become one that can be stopped.
-    http_.new_task_queue = [&ready] {
+    http_.new_task_queue = [&ready, make = http_.new_task_queue] {
         ready();
-        return std::make_unique<httplib::ThreadPool>(threads).release(); // it takes it over
+        return make();
     };
     if (!http_.listen_after_bind()) throw util::Exception("No more connections can be accepted.");
 }
 
 void Server::stop() {
     file_.reset(); // before another one can listen there, whose file it would be then
-    http_.stop();
+    http_.end();
 }
 
 void Server::answer(const httplib::Request& request, httplib::Response& response,
                     const httplib::ContentReader& read) {
     std::string document;
-    std::size_t received = 0;
+    bool tooLarge = request.get_header_value<std::uint64_t>("Content-Length") > Command::maxBytes;
     const auto take = [&](const char* data, std::size_t length) {
-        received += length;
-        if (received <= Command::maxBytes) document.append(data, length);
-        return received <= maxPassedOverBytes;
+        if (length > Command::maxBytes - document.size()) tooLarge = true;
+        if (!tooLarge) document.append(data, length);
+        return !tooLarge;
     };
     // Without a word about a body there is none; the library would wait for one until the connection ends.
     const bool hasBody = request.has_header("Content-Length") || request.has_header("Transfer-Encoding");
-    const bool complete = !hasBody || read(take);
-    if (received > Command::maxBytes || response.status == 413)
+    const bool complete = !hasBody || (!tooLarge && read(take));
+    if (tooLarge)
         putError(response, 413, ErrorCode::notAllowed, "The command is too large.");
     else if (!complete)
         putError(response, 400, ErrorCode::notAllowed, "The command did not arrive as a whole.");

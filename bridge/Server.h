@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bridge/Guard.h"
+#include "bridge/HttpServer.h"
 #include "bridge/MusicServer.h"
 #include "bridge/Options.h"
 #include "bridge/SocketFile.h"
@@ -44,7 +45,7 @@ private:
     Guard guard_;
     MusicServer music_;
     std::optional<SocketFile> file_;
-    httplib::Server http_;
+    HttpServer http_;
     std::string place_;
 };
 

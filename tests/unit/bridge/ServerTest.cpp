@@ -185,7 +185,8 @@ TEST_F(Server, TakesNoCommandOutOfARefusedBody) {
          {fmt::format("POST / HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/plain\r\n{}", length),
           fmt::format("POST /{} HTTP/1.1\r\nHost: localhost\r\n{}", tooLong, length),
           fmt::format("POST / HTTP/1.1\r\nX: {}\r\n", tooLong),
-          fmt::format("GET / HTTP/1.1\r\nHost: localhost\r\n{}", length)}) {
+          fmt::format("GET / HTTP/1.1\r\nHost: localhost\r\n{}", length),
+          fmt::format("HEAD / HTTP/1.1\r\nHost: localhost\r\n{}", length)}) {
         const std::string padding(4096 - head.size() % 4096, 'x');
         const std::string answer = answerTo(server_.port(), head + padding + hidden);
         EXPECT_TRUE(answer.starts_with("HTTP/1.1 4")) << answer;

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#include "bridge/HttpServer.h"
+
+#include "bridge/Log.h"
+
+#include <fmt/format.h>
+
+#include <exception>
+#include <memory>
+
+namespace bridge {
+
+HttpServer::HttpServer() {
+    new_task_queue = [] {
+        return std::make_unique<httplib::ThreadPool>(Connection::mostAtOnce).release(); // it takes it over
+    };
+}
+
+void HttpServer::end() {
+    traffic_.ending = true;
+    stop();
+}
+
+// It is called by a thread, which an exception would end, and the program with it.
+bool HttpServer::process_and_close_socket(socket_t socket) {
+    try {
+        Connection connection(socket, traffic_);
+        bool last = false;
+        // An answer to HEAD that refuses looks to the library like any other, but a body may follow.
+        const auto look = [&](const httplib::Request& request) { last = request.method == "HEAD"; };
+        while (!last && connection.awaitRequest()) {
+            bool closing = false;
+            if (!process_request(connection, false, closing, look) || closing) last = true;
+        }
+        if (last) connection.sendOff();
+        return true;
+    } catch (const std::exception& e) {
+        logLine(fmt::format("a connection failed: {}", e.what()));
+        return false;
+    }
+}
+
+} // namespace bridge
