@@ -101,7 +101,7 @@ class TestMpd:
     def options(self, odd_folder):
         return ["--mpd", "--music", odd_folder]
 
-    @pytest.mark.parametrize("ending", [signal.SIGINT, signal.SIGTERM], ids=str)
+    @pytest.mark.parametrize("ending", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP], ids=str)
     def test_is_the_appliance_and_stops_with_the_rest(self, running, ending, tmp_path):
         process, port, said = running
         address = f"http://127.0.0.1:{port}/sleevery/"
@@ -117,6 +117,21 @@ class TestMpd:
         assert processes_naming(os.path.dirname(socket)) == [] and not os.path.exists(os.path.dirname(socket))
         with Server(tmp_path / "state") as later:
             assert "<Parameter name=\"deviceUrl\"></Parameter>" in later.post("parameter", {}).text
+
+
+    def test_stops_everything_for_people_without_patience_too(self, running):
+        process, port, said = running
+        folder = os.path.dirname(re.search(r"--host=(\S+/mpd\.socket)", said).group(1))
+        (mpd,) = [int(pid) for pid in processes_naming(f"{folder}/mpd.conf") if "--no-daemon" in command_line(pid)]
+        os.kill(mpd, signal.SIGSTOP)  # so that stopping takes until it goes on
+        try:
+            os.killpg(process.pid, signal.SIGINT)
+            wait_until(lambda: processes_naming(f"{folder}/lighttpd.conf") == [])
+            os.killpg(process.pid, signal.SIGINT)
+        finally:
+            os.kill(mpd, signal.SIGCONT)
+        assert process.wait(60) == 130
+        assert processes_naming(folder) == [] and not os.path.exists(folder)
 
 
 def test_shows_why_mpd_does_not_start(tmp_path):
