@@ -53,10 +53,8 @@ DeviceSong songFrom(const util::XmlElement& song) {
 
 std::string command(const store::Record& song) {
     std::string fields = fmt::format("<Album>{}</Album>", text::xmlEscaped(song.album));
-    if (song.sampler)
-        fields += "<Sampler>1</Sampler>";
-    else if (!song.artist.empty())
-        fields += fmt::format("<Artist>{}</Artist>", text::xmlEscaped(song.artist));
+    if (song.sampler) fields += "<Sampler>1</Sampler>";
+    if (!song.artist.empty()) fields += fmt::format("<Artist>{}</Artist>", text::xmlEscaped(song.artist));
     return fmt::format("<GetAlbumSongs>{}</GetAlbumSongs>", fields);
 }
 

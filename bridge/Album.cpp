@@ -81,12 +81,15 @@ void putInPlayingOrder(std::vector<Song>& songs) {
 }
 
 std::vector<Condition> conditionsFor(const AlbumChoice& choice) {
-    if (choice.sampler || !choice.artist)
-        return {[](const Album& album) { return album.artists.size() > 1; },
-                [](const Album&) { return true; }};
-    const std::string artist = text::folded(*choice.artist);
-    return {[artist](const Album& album) { return album.owners.contains(artist); },
-            [artist](const Album& album) { return album.artists.contains(artist); }};
+    const std::string artist = text::folded(choice.artist.value_or(""));
+    const auto isOwn = [artist](const Album& album) { return album.owners.contains(artist); };
+    const auto hasASong = [artist](const Album& album) { return album.artists.contains(artist); };
+    const auto isShared = [](const Album& album) { return album.artists.size() > 1; };
+    const auto any = [](const Album&) { return true; };
+    if (!choice.artist) return {isShared, any};
+    if (!choice.sampler) return {isOwn, hasASong};
+    return {[=](const Album& album) { return isShared(album) && (isOwn(album) || hasASong(album)); },
+            isShared, any};
 }
 
 } // namespace

@@ -106,8 +106,11 @@ TEST_F(AlbumSongsTest, AreAskedForByArtistAndAlbum) {
 }
 
 TEST_F(AlbumSongsTest, OfASamplerAreAskedForByItsAlbum) {
-    EXPECT_EQ(commandFor({"Lowbeam", "", "Summer", true}),
+    EXPECT_EQ(commandFor({"", "", "Summer", true}),
               "<GetAlbumSongs><Album>Summer</Album><Sampler>1</Sampler></GetAlbumSongs>");
+    EXPECT_EQ(
+        commandFor({"Lowbeam", "", "Summer", true}),
+        "<GetAlbumSongs><Album>Summer</Album><Sampler>1</Sampler><Artist>Lowbeam</Artist></GetAlbumSongs>");
 }
 
 TEST_F(AlbumSongsTest, WithoutAnArtistAreAskedForByTheAlbum) {

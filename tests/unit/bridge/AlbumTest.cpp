@@ -88,9 +88,16 @@ TEST(AlbumSongs, OfASamplerHaveMoreThanOneArtist) {
                                      song("f/2", "Dan"),
                                      song("g/1", "Eve"),
                                      song("g/2", "EVE")};
-    EXPECT_EQ(files(songs, "Ann", true), (Files{"f/1", "f/2", "v/1", "v/2"}));
+    EXPECT_EQ(files(songs, "Nobody", true), (Files{"f/1", "f/2", "v/1", "v/2"}));
     EXPECT_EQ(files(songs, std::nullopt, true), (Files{"f/1", "f/2", "v/1", "v/2"}));
     EXPECT_EQ(files(songs, std::nullopt), (Files{"f/1", "f/2", "v/1", "v/2"}));
+}
+
+TEST(AlbumSongs, OfSamplersOfOneNameAreThoseWithTheArtist) {
+    const std::vector<Song> songs = {song("v/1", "Ann", "Various"), song("v/2", "Bea", "Various"),
+                                     song("w/1", "Cid", "Label"), song("w/2", "Dan", "Label")};
+    EXPECT_EQ(files(songs, "Bea", true), (Files{"v/1", "v/2"}));
+    EXPECT_EQ(files(songs, "label", true), (Files{"w/1", "w/2"}));
 }
 
 TEST(AlbumSongs, AreAllWhenNoneIsASampler) {
