@@ -22,12 +22,17 @@ def options():
     return []
 
 
+def heed_interrupts():
+    """Who is started in the background ignores them, and so does whatever it starts."""
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
+
+
 @pytest.fixture
 def running(tmp_path, options):
     port = free_port()
     process = subprocess.Popen([ROOT / "run", "--port", str(port), "--state", str(tmp_path / "state"), "--processes", "1", *options],
                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                               start_new_session=True)
+                               start_new_session=True, preexec_fn=heed_interrupts)
     said = []
     for line in process.stdout:
         said.append(line)
