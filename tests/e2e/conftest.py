@@ -8,6 +8,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 import library  # noqa: E402
 import lookups  # noqa: E402
+from bridge import Bridge  # noqa: E402
 from jobs import temporary_files, with_music  # noqa: E402
 from mpd import Mpd  # noqa: E402
 from server import Server  # noqa: E402
@@ -95,3 +96,15 @@ def mpd(shared_mpd):
     """MPD with that library, an empty queue and nothing playing."""
     shared_mpd.reset()
     return shared_mpd
+
+
+@pytest.fixture(scope="module")
+def shared_bridge(shared_mpd):
+    with Bridge(shared_mpd.socket) as running:
+        yield running
+
+
+@pytest.fixture
+def bridge(shared_bridge, mpd):
+    """The bridge before an MPD whose queue is empty."""
+    return shared_bridge

@@ -8,6 +8,7 @@ import pytest
 from answers import exception
 from bridge import Bridge
 from documents import document
+from lxml import etree
 from mpd import Mpd
 from server import Server
 
@@ -116,3 +117,14 @@ def test_a_bridge_that_is_away_is_named(own_mpd, chain):
     assert state(server) == twenty(server) == exception("The appliance can't be reached.")
     bridge.start()
     assert works(server)
+
+
+REFUSED = {"": -1, "  ": -1, "no <xml": -1, "<GetPlayerState>": -1, "<Öffne/>": -2, "<GetPlayerState>☃</GetPlayerState>": -3,
+           "<AddAlbum><Album>&lt;b&gt; Ä ☃</Album></AddAlbum>": -4}
+
+
+@pytest.mark.parametrize("command", REFUSED)
+def test_what_the_bridge_refuses_is_a_reply(appliance, mpd, command):
+    answer = appliance.post("quavionAPI", {"xmlString": command})
+    assert answer.content.startswith(b'<?xml version="1.0" encoding="UTF-8"?>\n<Error ')
+    assert etree.fromstring(answer.content).get("code") == str(REFUSED[command])

@@ -34,18 +34,6 @@ ALBUMS = {
 }
 
 
-@pytest.fixture(scope="module")
-def shared_bridge(shared_mpd):
-    with Bridge(shared_mpd.socket) as running:
-        yield running
-
-
-@pytest.fixture
-def bridge(shared_bridge, mpd):
-    """The bridge before an MPD whose queue is empty."""
-    return shared_bridge
-
-
 def expected(song):
     """What is told of a song."""
     number, disc = (text and text.partition("/")[0] for text in (song.number, song.disc))

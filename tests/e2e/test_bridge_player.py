@@ -12,18 +12,6 @@ from waiting import wait_until
 SILENCE = LONG[0].file
 
 
-@pytest.fixture(scope="module")
-def shared_bridge(shared_mpd):
-    with Bridge(shared_mpd.socket) as running:
-        yield running
-
-
-@pytest.fixture
-def bridge(shared_bridge, mpd):
-    """The bridge before an MPD whose queue is empty."""
-    return shared_bridge
-
-
 @pytest.fixture
 def long_queue(mpd):
     """Three songs of ten minutes."""

@@ -12,12 +12,6 @@ LOUD = command("SetVolume", Volume=17)
 STATE = command("GetPlayerState")
 
 
-@pytest.fixture(scope="module")
-def shared_bridge(shared_mpd):
-    with Bridge(shared_mpd.socket) as running:
-        yield running
-
-
 @pytest.fixture
 def bridge(shared_bridge, mpd):
     """At the end it still answers, and nobody has set the volume."""
