@@ -6,23 +6,14 @@ import dataclasses
 import hashlib
 import itertools
 import re
-import time
 
 from answers import is_not_found, png_of, stored_key
 from documents import document
 from pictures import fixture, png
+from waiting import wait_until
 
-DEADLINE_SECONDS = 60
 NUMBERS = itertools.count(1)
 COVERS = {"JPEG": fixture("progressive.jpg"), "PNG": png((300, 200), seed=7)}
-
-
-def wait_until(condition, what):
-    """Returns once `condition` does so with something true, which may take a while; `what` tells what is the case instead."""
-    deadline = time.monotonic() + DEADLINE_SECONDS
-    while not condition():
-        assert time.monotonic() < deadline, what()
-        time.sleep(0.02)
 
 
 def with_music(server, music, **parameters):

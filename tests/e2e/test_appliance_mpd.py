@@ -8,7 +8,9 @@ import pytest
 from answers import exception
 from bridge import Bridge
 from documents import document
+from jobs import COVERS, Cover, with_music
 from lxml import etree
+from mutagen.flac import FLAC
 from mpd import Mpd
 from server import Server
 
@@ -78,6 +80,15 @@ def twenty(server):
 
 def works(server):
     return "<State>stopped</State>" in state(server) and twenty(server).count("<Track>") == 20
+
+
+def test_tracks_can_be_given_to_the_tag_jobs(own_mpd, chain):
+    _, server = chain
+    with_music(server, own_mpd.music)
+    tracks = document(server.post("tracks", {"artist": "The Scores", "album": "Twenty Songs"}), "AlbumSongs").findall("Track")
+    Cover(server, COVERS["JPEG"]).write_all(*(track.findtext("File") for track in tracks))
+    for song in library.TWENTY:
+        assert [picture.data for picture in FLAC(own_mpd.music / song.file).pictures] == [COVERS["JPEG"]]
 
 
 def away(sentence):

@@ -9,10 +9,11 @@ import threading
 import time
 
 import pytest
-from jobs import Cover, temporary_files, wait_until
+from jobs import Cover, temporary_files
 from pictures import fixture, png
 from server import Server, wait_for_the_end_of
 from songs import READERS
+from waiting import wait_until
 
 LONG = bool(os.environ.get("SLEEVERY_LONG"))
 KILLS, STOPS = (300, 40) if LONG else (15, 8)

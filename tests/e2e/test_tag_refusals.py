@@ -6,9 +6,10 @@ import os
 import sqlite3
 
 import pytest
-from jobs import COVERS, Cover, unchanged, wait_until, with_music
+from jobs import COVERS, Cover, unchanged, with_music
 from server import Server
 from songs import KINDS, look
+from waiting import wait_until
 
 NOT_THERE = "The song file is not there."
 NOT_REGULAR = "This is not a regular file."

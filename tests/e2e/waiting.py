@@ -4,10 +4,10 @@ import time
 TIMEOUT_SECONDS = 60
 
 
-def wait_until(condition):
-    """What `condition` returns, once that is anything."""
+def wait_until(condition, what=lambda: "waited for too long"):
+    """What `condition` returns, once that is anything; `what` tells what is the case instead."""
     deadline = time.monotonic() + TIMEOUT_SECONDS
     while not (found := condition()):
-        assert time.monotonic() < deadline, "waited for too long"
+        assert time.monotonic() < deadline, what()
         time.sleep(0.01)
     return found
