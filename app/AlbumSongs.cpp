@@ -31,6 +31,12 @@ util::XmlDoc parsed(const std::string& reply) {
     }
 }
 
+/** The sentence for a reply that is something else. */
+std::string otherwise(const std::string& reply) {
+    const std::string refusal = deviceRefusal(reply);
+    return refusal.empty() ? noSongs : fmt::format("The appliance refuses the command: {}", refusal);
+}
+
 std::optional<int> numberIn(const util::XmlElement& song, std::string_view name) {
     const std::string text = song.child(name).text();
     int number = 0;
@@ -61,13 +67,11 @@ std::string command(const store::Record& song) {
 } // namespace
 
 std::vector<DeviceSong> deviceSongs(const std::string& reply, std::string_view root) {
-    if (const std::string refusal = deviceRefusal(reply); !refusal.empty())
-        throw util::Exception(fmt::format("The appliance refuses the command: {}", refusal));
     if (std::count(reply.begin(), reply.end(), '<') > maxTags)
         throw util::Exception("The appliance lists too many songs.");
     const util::XmlDoc document = parsed(reply);
     const util::XmlElement list = util::XmlElement::rootOf(*document);
-    if (!list.is(root)) throw util::Exception(noSongs);
+    if (!list.is(root)) throw util::Exception(otherwise(reply));
     std::vector<DeviceSong> songs;
     for (const util::XmlElement& song : list.children("Song")) {
         if (songs.size() == maxSongs) throw util::Exception("The appliance lists too many songs.");
