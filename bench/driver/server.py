@@ -48,15 +48,17 @@ class Server:
 
     def __enter__(self):
         self._folder = pathlib.Path(tempfile.mkdtemp(prefix="sleevery-bench-"))
+        self._log = self._folder / "stderr.log"
         self._port = _free_port()
         configuration = self._folder / "lighttpd.conf"
         configuration.write_text(self._configuration())
-        self._process = subprocess.Popen(
-            ["/usr/sbin/lighttpd", "-D", "-f", configuration],
-            stdin=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-            start_new_session=True,  # Ctrl-C reaches only this program, which then stops the server with all below it
-        )
+        with self._log.open("wb") as log:
+            self._process = subprocess.Popen(
+                ["/usr/sbin/lighttpd", "-D", "-f", configuration],
+                stdin=subprocess.DEVNULL,
+                stderr=log,
+                start_new_session=True,  # Ctrl-C reaches only this program, which then stops the server with all below it
+            )
         try:
             processes.wait_until(self._is_up, "the server to answer")
         except BaseException:
@@ -86,7 +88,7 @@ class Server:
 
     def _is_up(self):
         if self._process.poll() is not None:
-            raise RuntimeError("lighttpd ended: " + (self._folder / "error.log").read_text())
+            raise RuntimeError("lighttpd ended: " + self._log.read_text(errors="backslashreplace"))
         try:
             return all(self.get(site, "show").status < 500 for site in self._sites)
         except ConnectionRefusedError:

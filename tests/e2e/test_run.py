@@ -4,6 +4,7 @@
 import os
 import re
 import signal
+import socket
 import subprocess
 
 import library
@@ -13,6 +14,7 @@ from answers import png_of, stored_key
 from lxml import etree
 from pictures import png
 from ports import free_port
+from programs import HEEDING_SIGNALS
 from server import ROOT, Server
 from waiting import wait_until
 
@@ -22,27 +24,37 @@ def options():
     return []
 
 
-def heed_interrupts():
-    """Who is started in the background ignores them, and so does whatever it starts."""
-    signal.signal(signal.SIGINT, signal.SIG_DFL)
+@pytest.fixture
+def start(tmp_path):
+    """Starts ./run as somebody might who has linked to it and has an odd environment; returns it, its port and what it said."""
+    started = []
+    (tmp_path / "bin").mkdir()
+    (tmp_path / "bin/sleevery").symlink_to(ROOT / "run")
+
+    def start_run(*options, before=()):
+        port = free_port()
+        process = subprocess.Popen([*before, *HEEDING_SIGNALS, "bin/sleevery", "--port", str(port), "--state", str(tmp_path / "state"), "--processes", "1",
+                                    *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, cwd=tmp_path,
+                                   env={**os.environ, "CDPATH": f"{tmp_path}:/usr"}, start_new_session=True)
+        started.append(process)
+        said = []
+        for line in process.stdout:
+            said.append(line)
+            if "Ctrl-C" in line:
+                break
+        return process, port, "".join(said)
+
+    yield start_run
+    for process in started:
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+        process.stdout.close()
 
 
 @pytest.fixture
-def running(tmp_path, options):
-    port = free_port()
-    process = subprocess.Popen([ROOT / "run", "--port", str(port), "--state", str(tmp_path / "state"), "--processes", "1", *options],
-                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                               start_new_session=True, preexec_fn=heed_interrupts)
-    said = []
-    for line in process.stdout:
-        said.append(line)
-        if "Ctrl-C" in line:
-            break
-    yield process, port, "".join(said)
-    if process.poll() is None:
-        os.killpg(process.pid, signal.SIGKILL)
-        process.wait()
-    process.stdout.close()
+def running(start, options):
+    return start(*options)
 
 
 def processes_naming(text):
@@ -57,6 +69,11 @@ def command_line(pid):
         return ""
 
 
+def parent(pid):
+    with open(f"/proc/{pid}/stat") as stat:
+        return int(stat.read().rsplit(") ", 1)[1].split()[1])
+
+
 def test_prints_its_address_serves_and_stops_everything_on_ctrl_c(running, tmp_path):
     process, port, said = running
     address = re.search(r"http://\S+/sleevery/", said).group(0)
@@ -69,6 +86,8 @@ def test_prints_its_address_serves_and_stops_everything_on_ctrl_c(running, tmp_p
     assert (tmp_path / "state").stat().st_mode & 0o777 == 0o700
     os.killpg(process.pid, signal.SIGINT)
     assert process.wait(60) == 130
+    assert process.stdout.read() == ""
+    assert "received SongInfo" in (tmp_path / "state/run.log").read_text()
     with pytest.raises(requests.ConnectionError):
         requests.get(address, timeout=60)
     assert processes_naming(f"STATE_DIRECTORY={tmp_path}") == []
@@ -81,10 +100,32 @@ def test_says_what_is_wrong_with_the_store_and_ends(tmp_path):
     assert done.returncode == 1 and "The cover store is damaged" in done.stderr
 
 
-@pytest.mark.parametrize("arguments", [["--port"], ["--port", "x"], ["--processes", "0"], ["--state", "a:b"], ["--no-such-option"]])
+@pytest.mark.parametrize("arguments", [["--port"], ["--port", "x"], ["--port", "0"], ["--port", "99999"], ["--port", "65536"],
+                                       ["--port", "99999999999999999999"], ["--processes", "0"], ["--processes", "65"],
+                                       ["--processes", "100000"], ["--state", "a:b"], ["--state", 'a"b'], ["--no-such-option"]])
 def test_refuses_what_it_does_not_know(arguments):
     done = subprocess.run([ROOT / "run", *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60)
-    assert done.returncode == 2 and done.stderr.startswith("./run: ")
+    assert done.returncode == 2 and done.stderr.splitlines()[-1].startswith("./run: ")
+
+
+@pytest.mark.parametrize("listening", [True, False])
+def test_says_that_the_port_is_in_use(start, listening):
+    with socket.socket() as holder:
+        holder.bind(("127.0.0.1", 0))
+        if listening:
+            holder.listen()
+        port = holder.getsockname()[1]
+        process, _, said = start("--port", str(port))
+        assert process.wait(60) == 1
+        assert said.splitlines()[-1] == f"./run: port {port} is in use; choose another one with --port"
+
+
+def test_says_so_when_the_web_server_ends(running):
+    process, port, _ = running
+    (lighttpd,) = [int(pid) for pid in processes_naming("lighttpd.conf") if os.getppid() != int(pid) and parent(pid) == process.pid]
+    os.kill(lighttpd, signal.SIGKILL)
+    assert process.wait(60) == 1
+    assert "./run: the web server has ended" in process.stdout.read()
 
 
 @pytest.fixture
