@@ -13,6 +13,7 @@ from typing import NamedTuple
 
 from lxml import etree
 from ports import free_port
+from programs import HEEDING_SIGNALS
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAM = pathlib.Path(os.environ.get("BRIDGE", ROOT / "build/release/sleevery-bridge"))
@@ -65,7 +66,7 @@ class Bridge:
 
     def start(self):
         with self.log.open("ab") as log:
-            self.process = subprocess.Popen(self.command_line, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+            self.process = subprocess.Popen([*HEEDING_SIGNALS, *self.command_line], stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         while True:
             try:
                 self.connect().close()

@@ -4,7 +4,7 @@ import sys
 
 import pytest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+sys.path[:0] = map(str, pathlib.Path(__file__).resolve().parents[:2])
 
 import library  # noqa: E402
 import lookups  # noqa: E402

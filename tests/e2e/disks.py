@@ -3,10 +3,12 @@
 
 import contextlib
 
+from namespaces import with_mounts
+
 
 def small_disk(folder, options="size=3m"):
-    """Runs a command with a file system of its own on `folder`; it goes with the command."""
-    return ["unshare", "-rm", "sh", "-c", f'mount -t tmpfs -o {options} none {folder} && exec "$@"', "sh"]
+    """Runs a command with a file system of its own on `folder`."""
+    return with_mounts(f"mount -t tmpfs -o {options} none {folder}")
 
 
 def fill_up(path):

@@ -11,6 +11,7 @@ import tempfile
 import time
 
 from ports import free_port
+from programs import HEEDING_SIGNALS
 
 TIMEOUT_SECONDS = 60
 MPD = "/usr/bin/mpd"
@@ -103,7 +104,7 @@ class Mpd:
         configuration = self.folder / "mpd.conf"
         configuration.write_text(self._configuration())
         with self.log.open("ab") as log:
-            self.process = subprocess.Popen([MPD, "--no-daemon", "--stderr", configuration],
+            self.process = subprocess.Popen([*HEEDING_SIGNALS, MPD, "--no-daemon", "--stderr", configuration],
                                             stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         while True:
             with contextlib.suppress(FileNotFoundError, ConnectionRefusedError), self.client():

@@ -12,6 +12,7 @@ import time
 
 import requests
 from ports import free_port
+from programs import HEEDING_SIGNALS
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 RESPONDER = pathlib.Path(os.environ.get("RESPONDER", ROOT / "build/release/sleevery.fcgi"))
@@ -90,7 +91,7 @@ class Server:
         configuration.write_bytes(subprocess.check_output([ROOT / "packaging/lighttpd-conf", *map(str, arguments)]))
         with self.log.open("ab") as log:
             self.lighttpd = subprocess.Popen(
-                [*self.prefix, "/usr/sbin/lighttpd", "-D", "-f", str(configuration)],
+                [*HEEDING_SIGNALS, *self.prefix, "/usr/sbin/lighttpd", "-D", "-f", str(configuration)],
                 stdin=subprocess.DEVNULL, stdout=log, stderr=log, env={**os.environ, **self.environment},
             )
         self._wait_until_it_listens()

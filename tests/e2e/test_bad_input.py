@@ -9,6 +9,7 @@ import sqlite3
 import pytest
 from answers import exception, png_of, stored_key
 from disks import fill_up, small_disk
+from namespaces import with_mounts
 from pictures import content_type, fixture, png
 from server import Server
 
@@ -102,8 +103,7 @@ def test_a_full_disk(tmp_path):
 def test_a_disk_that_is_full_at_the_start(tmp_path):
     state = tmp_path / "state"
     state.mkdir()
-    full = small_disk(state)
-    full[4] = full[4].replace("&& exec", f"&& ! dd if=/dev/zero of={state}/filler bs=4k 2>/dev/null && exec")
+    full = with_mounts(f"mount -t tmpfs -o size=3m none {state} && ! dd if=/dev/zero of={state}/filler bs=4k 2>/dev/null")
     code, words = start_alone(state, full)
     assert code == 1
     assert words.splitlines()[-1] == "sleevery.fcgi: ended: The disk with the cover store is full; nothing was changed."

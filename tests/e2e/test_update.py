@@ -8,6 +8,7 @@ from xml.sax.saxutils import escape
 import pytest
 import requests
 from answers import DECLARATION, png_of, stored_key
+from namespaces import with_mounts
 from pictures import fixture, png, upright
 from server import TIMEOUT_SECONDS, Server
 from web import COVERS, Web
@@ -134,7 +135,7 @@ def test_a_certificate_that_nobody_signed_is_refused(one_process, tmp_path):
 
 def trusting(certificate):
     """Runs a command on a machine that trusts nobody but the owner of this certificate."""
-    return ["unshare", "-rm", "sh", "-c", f'mount --bind {certificate} /etc/ssl/certs/ca-certificates.crt && exec "$@"', "sh"]
+    return with_mounts(f"mount --bind {certificate} /etc/ssl/certs/ca-certificates.crt")
 
 
 def test_a_certificate_that_is_trusted_is_good(tmp_path):
