@@ -46,7 +46,8 @@ public:
     /** A number of at most four bytes. */
     [[nodiscard]] std::uint32_t bigEndian(std::size_t at, std::size_t length) const {
         std::uint32_t value = 0;
-        for (const std::byte digit : part(at, length).bytes())
+        const std::span<const std::byte> digits = part(at, length).bytes();
+        for (const std::byte digit : digits)
             value = value << 8U | std::to_integer<std::uint32_t>(digit);
         return value;
     }
