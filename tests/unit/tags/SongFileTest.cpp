@@ -121,7 +121,7 @@ TEST_F(SongFileTest, ReportsAFullDiskAtOnce) {
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     const rlimit small{6'000, before.rlim_max};
     setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_THROW(written(file), std::system_error);
+    EXPECT_THROW((void)written(file), std::system_error);
     setrlimit(RLIMIT_FSIZE, &before);
     (void)std::signal(SIGXFSZ, handler);
 }
