@@ -77,7 +77,7 @@ struct AlbumFields {
 };
 
 std::vector<Song> albumSongs(Mpd& mpd, const AlbumFields& fields) {
-    const std::string filter = fmt::format("(Album == {})", quoted(fields.album));
+    const std::string filter = fmt::format("(Album == {})", bridge::quoted(fields.album));
     std::vector<Song> songs = songsFrom(mpd, {"find", filter});
     if (songs.empty()) songs = songsFrom(mpd, {"search", filter}); // which ignores case
     return albumSongs(std::move(songs), fields.choice);
