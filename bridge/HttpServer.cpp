@@ -28,9 +28,16 @@ bool HttpServer::process_and_close_socket(socket_t socket) {
         bool last = false;
         // An answer to HEAD that refuses looks to the library like any other, but a body may follow.
         const auto look = [&](const httplib::Request& request) { last = request.method == "HEAD"; };
+        // Newer releases of the library want the addresses of both ends. Nobody here asks for them.
+        const auto process = [&](auto& stream, bool& closing) {
+            if constexpr (requires { process_request(stream, false, closing, look); })
+                return process_request(stream, false, closing, look);
+            else
+                return process_request(stream, {}, 0, {}, 0, false, closing, look);
+        };
         while (!last && connection.awaitRequest()) {
             bool closing = false;
-            if (!process_request(connection, false, closing, look) || closing) last = true;
+            if (!process(connection, closing) || closing) last = true;
         }
         if (last) connection.sendOff();
         return true;

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
-#include <cstdint>
+#include <cstdlib>
 #include <exception>
 
 namespace bridge {
@@ -146,7 +146,9 @@ void Server::stop() {
 void Server::answer(const httplib::Request& request, httplib::Response& response,
                     const httplib::ContentReader& read) {
     std::string document;
-    bool tooLarge = request.get_header_value<std::uint64_t>("Content-Length") > Command::maxBytes;
+    // The guard lets only digits through. A number too large for the type becomes its largest.
+    const std::string declared = request.get_header_value("Content-Length");
+    bool tooLarge = std::strtoull(declared.c_str(), nullptr, 10) > Command::maxBytes;
     const auto take = [&](const char* data, std::size_t length) {
         if (length > Command::maxBytes - document.size()) tooLarge = true;
         if (!tooLarge) document.append(data, length);
