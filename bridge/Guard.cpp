@@ -60,11 +60,12 @@ bool isFromAnotherSite(const httplib::Request& request) {
 } // namespace
 
 std::optional<Objection> Guard::objectionTo(const httplib::Request& request) const {
+    // Repeated headers are refused before any is read: the HTTP library may give their values in any order.
+    if (isAmbiguous(request)) return Objection{400, "The head of the request contradicts itself."};
     if (isFromAnotherSite(request)) return Objection{403, "Pages of a web site can't give commands."};
     if (!anyHost_ && !knowsHost(request.get_header_value("Host")))
         return Objection{403, "The bridge does not go by this host name."};
     if (request.method != "POST") return Objection{405, "Commands have to be sent by POST."};
-    if (isAmbiguous(request)) return Objection{400, "The head of the request contradicts itself."};
     if (!isXml(request.get_header_value("Content-Type")))
         return Objection{415, "Commands have to be sent as text/xml."};
     return std::nullopt;

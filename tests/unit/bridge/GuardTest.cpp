@@ -50,6 +50,7 @@ TEST(Guard, RefusesPagesOfOtherSites) {
     EXPECT_EQ(statusFor({{"Sec-Fetch-Site", "cross-site"}}), 403);
     EXPECT_EQ(statusFor({{"Sec-Fetch-Site", "same-site"}}), 403);
     EXPECT_EQ(statusFor({{"Sec-Fetch-Site", "none"}, {"Sec-Fetch-Site", "cross-site"}}), 400);
+    EXPECT_EQ(statusFor({{"Sec-Fetch-Site", "cross-site"}, {"Sec-Fetch-Site", "none"}}), 400);
 }
 
 TEST(Guard, RefusesEverythingButPost) {
