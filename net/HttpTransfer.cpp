@@ -23,6 +23,7 @@ namespace {
 
 constexpr long maxRedirects = 5;
 constexpr std::size_t maxHeaderBytes = std::size_t{256} * 1024; // of all answers on the way
+constexpr int tooLarge = 100; // CURLE_TOO_LARGE since libcurl 8.6: too many headers, or one that is too long
 
 /**
  * With the first handle, not with the process: the tables of the TLS library take more than 2 MiB, and most
@@ -148,6 +149,10 @@ std::string HttpTransfer::brokenOff() const {
     return fmt::format("{} broke the connection off.", settings_.peer);
 }
 
+std::string HttpTransfer::tooManyHeaders() const {
+    return fmt::format("{}'s answer has too many headers.", settings_.peer);
+}
+
 std::string HttpTransfer::sentence(CURLcode code) const {
     const auto of = [this](std::string_view rest) { return fmt::format("{}{}", settings_.peer, rest); };
     switch (static_cast<int>(code)) {
@@ -179,6 +184,8 @@ std::string HttpTransfer::sentence(CURLcode code) const {
         return of("'s answer can't be unpacked.");
     case CURLE_PEER_FAILED_VERIFICATION:
         return of("'s certificate can't be trusted.");
+    case tooLarge:
+        return tooManyHeaders();
     default:
         return of(fmt::format(" can't be asked: {}.", curl_easy_strerror(code)));
     }
@@ -216,8 +223,7 @@ std::size_t HttpTransfer::takeHeader(const char* data, std::size_t size, std::si
     if (line == "\r\n" || line == "\n") transfer.headersEnded_ = true;
     const bool taken = transfer.succeeds([&] {
         transfer.headerBytes_ += line.size();
-        if (transfer.headerBytes_ > maxHeaderBytes)
-            throw util::Exception(fmt::format("{}'s answer has too many headers.", transfer.settings_.peer));
+        if (transfer.headerBytes_ > maxHeaderBytes) throw util::Exception(transfer.tooManyHeaders());
     });
     return taken ? line.size() : CURL_WRITEFUNC_ERROR;
 }

@@ -63,6 +63,7 @@ private:
     [[noreturn]] void refuseSize() const;
     [[nodiscard]] std::string sentence(CURLcode code) const;
     [[nodiscard]] std::string brokenOff() const;
+    [[nodiscard]] std::string tooManyHeaders() const;
 
     template <typename Action>
     bool succeeds(Action action) noexcept;
