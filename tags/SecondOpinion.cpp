@@ -105,13 +105,12 @@ template <typename File, typename TagsOf>
 View viewAs(const std::filesystem::path& path, TagsOf tagsOf) {
     TagLib::FileStream stream(path.c_str(),
                               true); // it would open the file for writing, which others may watch
-    constexpr bool wantsFactory =
-        std::is_constructible_v<File, TagLib::IOStream*, TagLib::ID3v2::FrameFactory*>;
+    // TagLib 1 wants a factory of frames for some of them; TagLib 2 has one by itself.
     File file = [&] {
-        if constexpr (wantsFactory) {
-            return File(&stream, TagLib::ID3v2::FrameFactory::instance());
-        } else {
+        if constexpr (std::is_constructible_v<File, TagLib::IOStream*>) {
             return File(&stream);
+        } else {
+            return File(&stream, TagLib::ID3v2::FrameFactory::instance());
         }
     }();
     if (!file.isValid() || file.audioProperties() == nullptr)
@@ -169,11 +168,8 @@ void secondOpinion(const std::filesystem::path& original, const std::filesystem:
     View after = viewOf(tagged, container);
     if (after.frontCover != picture)
         throw util::Exception("The cover can't be read back from the song file.");
-    for (View* view : {&before, &after}) {
+    for (View* view : {&before, &after})
         view->properties.erase("COVERARTMIME"); // belongs to a picture in an old form
-        view->properties.unsupportedData()
-            .clear(); // names the pictures among others, which have been compared
-    }
     // It may see more: it overlooks texts in a tag of old form that had to be written in a newer one.
     if (!after.properties.contains(before.properties))
         throw util::Exception("Writing the cover would have changed what players read in the other tags.");
