@@ -89,10 +89,13 @@ TagLib::PropertyMap textsOf(TagLib::MPEG::File& file) {
     return file.hasID3v1Tag() ? file.ID3v1Tag()->properties() : TagLib::PropertyMap();
 }
 
-/** Likewise; TagLib mixes the two. */
+/**
+ * Likewise; TagLib mixes the two. Of WAV's own list only the usual texts count, as a new tag gets those
+ * alone. TagLib 2 reads more, such as the encoder. The list itself keeps all its bytes.
+ */
 TagLib::PropertyMap textsOf(TagLib::RIFF::WAV::File& file) {
     if (file.hasID3v2Tag()) return file.ID3v2Tag()->properties();
-    return file.hasInfoTag() ? file.InfoTag()->properties() : TagLib::PropertyMap();
+    return file.hasInfoTag() ? file.InfoTag()->TagLib::Tag::properties() : TagLib::PropertyMap();
 }
 
 template <typename File>

@@ -2,6 +2,7 @@
 #include "tests/unit/tags/OddSongs.h"
 #include "tags/Bytes.h"
 #include "tags/FrontCover.h"
+#include "tags/SecondOpinion.h"
 #include "tests/unit/tags/Programs.h"
 #include "tests/unit/tags/SongTest.h"
 #include "util/Exception.h"
@@ -99,12 +100,14 @@ TEST_F(OddSong, WavOfOddSize) {
     }
 }
 
+/** A chunk of a WAV, or an item of its list of texts. */
+std::string item(const std::string& id, const std::string& text) {
+    return id + littleEndian(text.size(), 4) + text + std::string(text.size() % 2, '\0');
+}
+
 /** Players that find an ID3v2 tag look no further. */
 TEST_F(OddSong, WavKeepsItsOwnTextsAndTheyAreRead) {
     const path song = folder() / "info.wav";
-    const auto item = [](const std::string& id, const std::string& text) {
-        return id + littleEndian(text.size(), 4) + text + std::string(text.size() % 2, '\0');
-    };
     for (const std::string& title : {"Caf\xE9"s, "Caf\xC3\xA9"s, "Caf\xC3\xA9 \xF0\x9F\x8E\xB5"s}) {
         const std::string list = "INFO" + item("INAM", title) + item("IART", "The Testers\0"s) +
                                  item("ICRD", "1999-12-31") + item("ICMT", "\xC3\x9F") + item("IPRT", "5") +
@@ -120,6 +123,32 @@ TEST_F(OddSong, WavKeepsItsOwnTextsAndTheyAreRead) {
                   (title.size() == 4 ? "Caf\xC3\xA9" : title) + "\nThe Testers\n1999\n5\n\xC3\x9F\n");
         setCover(song, jpegOf(17, 1));
     }
+}
+
+/** The encoder stays where it is; not all that TagLib 2 reads there has a place in the other tag. */
+TEST_F(OddSong, WavWithoutAUsualTextInItsNewTagIsNoticed) {
+    const path song = folder() / "info.wav";
+    const path tagged = folder() / "tagged.wav";
+    const std::string list =
+        item("LIST", "INFO" + item("INAM", "title") + item("IART", "artist") + item("ISFT", "tests"));
+    const auto frame = [](const std::string& id, const std::string& content) {
+        return id + bigEndian(content.size() + 1, 4) + "\0\0\0"s + content; // flags, encoding
+    };
+    writeFile(song, waveOf(800, list));
+    const auto accepts = [&](const std::string& texts) {
+        const std::string front = frame("APIC", "image/png\0\3\0picture"s);
+        writeFile(tagged, waveOf(800, list + item("id3 ", id3v2(3, texts + front))));
+        try {
+            tags::secondOpinion(song, tagged, tags::Container::Wav, "picture");
+            return true;
+        } catch (const util::Exception&) {
+            return false;
+        }
+    };
+    EXPECT_TRUE(accepts(frame("TIT2", "title") + frame("TPE1", "artist")));
+    EXPECT_FALSE(accepts(frame("TIT2", "title")));
+    EXPECT_FALSE(accepts(frame("TIT2", "title") + frame("TPE1", "another artist")));
+    EXPECT_FALSE(accepts(""));
 }
 
 TEST_F(OddSong, WavWithoutRoomIsRefusedBeforeItIsChanged) {
