@@ -19,7 +19,7 @@ namespace {
 
 /** Whether there is a socket that refuses connections, which its owner left behind when it was killed. */
 bool isAbandoned(const std::string& path) {
-    struct stat status {};
+    struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
     sockaddr_un address{};
     assert(path.size() < sizeof address.sun_path);
@@ -33,7 +33,7 @@ bool isAbandoned(const std::string& path) {
 } // namespace
 
 SocketFile::SocketFile(std::string path) : path_(std::move(path)) {
-    struct stat status {};
+    struct stat status = {};
     if (::lstat(path_.c_str(), &status) != 0 && errno == ENOENT) return;
     if (!isAbandoned(path_) || ::unlink(path_.c_str()) != 0)
         throw util::Exception("There is another file in the place of the socket, or somebody listens on it.");

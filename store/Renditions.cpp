@@ -41,7 +41,7 @@ std::vector<KeptFile> filesIn(const fs::path& folder) {
     std::vector<KeptFile> files;
     const std::time_t now = std::time(nullptr);
     for (const fs::directory_entry& file : fs::directory_iterator(folder)) {
-        struct stat status {};
+        struct stat status = {};
         if (::stat(file.path().c_str(), &status) != 0) continue; // another process dropped it meanwhile
         const std::string name = file.path().filename();
         if (name.starts_with(util::temporaryPrefix) && now - status.st_mtime > temporaryIsStaleAfterSeconds)
@@ -59,7 +59,7 @@ Renditions::Renditions(fs::path folder) : folder_(std::move(folder)) {}
 
 std::optional<util::Buffer> Renditions::find(const std::string& hash) const {
     const fs::path path = folder_ / (hash + std::string(extension));
-    struct stat status {};
+    struct stat status = {};
     if (::stat(path.c_str(), &status) != 0) return std::nullopt;
     try {
         util::Buffer png = util::readFile(path.c_str(), maxFileBytes);

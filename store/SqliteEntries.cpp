@@ -161,8 +161,8 @@ void dropOldestEmptyEntries(SqliteConnection& connection, int keep) {
 void completeEntry(SqliteConnection& connection, const Entry& entry, const Record& record) {
     Record completed = entry.record;
     bool changed = false;
-    for (std::string Record::*field : {&Record::artist, &Record::title, &Record::album, &Record::genre,
-                                       &Record::songFilename, &Record::uid, &Record::imageUrl}) {
+    for (const auto field : {&Record::artist, &Record::title, &Record::album, &Record::genre,
+                             &Record::songFilename, &Record::uid, &Record::imageUrl}) {
         if (!lacks(completed.*field, record.*field)) continue;
         completed.*field = record.*field;
         changed = true;

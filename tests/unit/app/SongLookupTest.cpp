@@ -206,8 +206,8 @@ TEST_F(SongLookup, TheAmazonWebserviceURLIsASignedSearch) {
         EXPECT_TRUE(url.ends_with("%3D")) << url; // a padding of Base64
         EXPECT_EQ(url.find_first_of("&+/=", signature + 11), std::string::npos) << url;
         url.resize(std::min(signature, url.size()));
-        std::ranges::replace_if(
-            url, [](char c) { return c >= '0' && c <= '9'; }, '0');
+        const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+        std::ranges::replace_if(url, isDigit, '0');
         return url;
     };
     const std::string rest = "&Operation=ItemSearch&ResponseGroup=ItemAttributes%0CImages&SearchIndex=Music&"

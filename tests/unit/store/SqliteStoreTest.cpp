@@ -220,10 +220,8 @@ TEST_F(SqliteStoreTest, ALockThatNobodyGivesUpIsAFailureAndTheNextTryWorks) {
     SQLite::Database other(file(), SQLite::OPEN_READWRITE);
     other.exec("BEGIN IMMEDIATE");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(failureOf([&] {
-                  store.setParameter({"a", "1"});
-              }),
-              "The cover store is in use by another program; try again.");
+    const auto change = [&] { store.setParameter({"a", "1"}); };
+    EXPECT_EQ(failureOf(change), "The cover store is in use by another program; try again.");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "sleevery.fcgi: store: set a parameter: database is locked (code 5)\n");
     EXPECT_EQ(store.parameter("a"), std::nullopt) << "reading goes on meanwhile";

@@ -52,7 +52,7 @@ protected:
 TEST_F(StateFolderTest, IsTheServicesOwnAndForNobodyElse) {
     const Variable state("STATE_DIRECTORY", below("a/b/covers").c_str());
     EXPECT_EQ(store::stateFolder(), below("a/b/covers"));
-    struct stat status {};
+    struct stat status = {};
     ASSERT_EQ(::stat(below("a/b/covers").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0700U);
 }

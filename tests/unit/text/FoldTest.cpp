@@ -53,8 +53,8 @@ TEST(Folded, RemovesAccents) {
 TEST(Folded, FoldsCase) {
     EXPECT_EQ(folded("Straße"), "strasse");
     EXPECT_EQ(folded("STRAẞE"), "strasse");
-    expectSame(
-        {{"ΣΊΣΥΦΟΣ", "σίσυφος"}, {"ПРИВЕТ", "привет"}, {"Ծով", "ծով"}, {"ᲛᲖᲔ", "მზე"}, {"Ⓐ", "a"}});
+    expectSame({{"ΣΊΣΥΦΟΣ", "σίσυφος"}, {"ПРИВЕТ", "привет"}, {"Ծով", "ծով"}});
+    expectSame({{"ᲛᲖᲔ", "მზე"}, {"Ⓐ", "a"}});
 }
 
 TEST(Folded, TakesAllFourTurkishLettersForOne) { EXPECT_EQ(folded("İI ıi"), "ii ii"); }
@@ -156,9 +156,9 @@ TEST(Folded, TakesSymbolsAndEmojiForBlanksBesideWords) {
 }
 
 TEST(Folded, KeepsNamesWithoutWordsAndKeepsThemApart) {
-    const std::vector<std::string> names{"!!!", "???", "÷",   "×",  "=",   "+",  "&", "-",
-                                         ".",   "...", "+/-", "♥",  "💔",   "❤",  "™", "'",
-                                         "()",  "$",   "* *", "**", "(+)", "…?", "—", "٪"};
+    const std::vector<std::string> names{"!!!", "???", "÷",   "×",   "=",  "+", "&", "-",
+                                         ".",   "...", "+/-", "♥",   "❤",  "™", "'", "()",
+                                         "$",   "* *", "**",  "(+)", "…?", "—", "٪", "💔"};
     std::set<std::string> forms;
     for (const std::string& name : names) {
         const std::string form = folded(name);

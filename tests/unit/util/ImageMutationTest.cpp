@@ -79,8 +79,8 @@ TEST_P(MutatedImage, IsDecodedOrRefused) {
 
 INSTANTIATE_TEST_SUITE_P(Every, MutatedImage, testing::ValuesIn(tests::imageNames()), [](const auto& test) {
     std::string name = test.param;
-    std::ranges::replace_if(
-        name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+    const auto isOther = [](unsigned char c) { return std::isalnum(c) == 0; };
+    std::ranges::replace_if(name, isOther, '_');
     return name;
 });
 
