@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace net {
 namespace {
@@ -46,7 +47,11 @@ HttpAnswer HttpClient::post(const std::string& url, std::string_view contentType
     setOption(handle, CURLOPT_READFUNCTION, &giveBody);
     setOption(handle, CURLOPT_READDATA, &body);
     if (body.empty()) setOption(handle, CURLOPT_FRESH_CONNECT, 1L);
-    return transfer.answer(curl_easy_perform(handle));
+    const CURLcode code = curl_easy_perform(handle);
+    // A handle that could not rewind a body is replaced: from libcurl 8 on it would refuse every later one.
+    CurlHandle spent(nullptr, &curl_easy_cleanup); // which the transfer still refers to
+    if (code == CURLE_SEND_FAIL_REWIND) spent = std::exchange(handle_, newCurlHandle());
+    return transfer.answer(code);
 }
 
 } // namespace net
