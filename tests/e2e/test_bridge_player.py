@@ -138,7 +138,7 @@ def test_tells_why_nothing_is_heard(tmp_path):
         with contextlib.suppress(Refused):  # when MPD finds out at once
             mpd.ask("play")
         failure = wait_until(lambda: state(bridge).get("Failure"))
-        assert failure == mpd.status()["error"] and song in failure
+        assert failure == mpd.status()["error"] and song.partition('"')[0] in failure  # newer MPDs escape quotes
 
 
 def test_the_current_song(bridge, mpd):
