@@ -157,6 +157,7 @@ std::string HttpTransfer::sentence(CURLcode code) const {
     const auto of = [this](std::string_view rest) { return fmt::format("{}{}", settings_.peer, rest); };
     switch (static_cast<int>(code)) {
     case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY: // over a kept connection, or a header that makes no sense
         return "The address leads to something other than a web server.";
     case CURLE_URL_MALFORMAT:
         return "The address, or one that it is redirected to, is malformed.";

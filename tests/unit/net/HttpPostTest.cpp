@@ -108,6 +108,20 @@ TEST(HttpPost, IsNotSentAgainOnceTheServerMayHaveIt) { isNotSentAgain("<Next/>")
 
 TEST(HttpPost, IsNotSentAgainWithoutABodyEither) { isNotSentAgain(""); }
 
+TEST(HttpPost, TellsWhatIsAWebServerNoLonger) {
+    std::atomic<int> received = 0;
+    LoopbackServer server([&](Client& client, const std::string& head) {
+        if (++received == 1) return echo(client, head);
+        (void)client.readBody(head);
+        client.send("220 mail.example ready\r\n");
+        return false;
+    });
+    net::HttpClient client;
+    EXPECT_EQ(failure(client, server.url("/")), "");
+    EXPECT_EQ(failure(client, server.url("/")), "The address leads to something other than a web server.");
+    EXPECT_EQ(server.connections().size(), 1U); // a kept one
+}
+
 TEST(HttpPost, FailsSoonAfterItIsCancelled) {
     std::atomic<bool> cancelled = false;
     LoopbackServer server([&](Client& client, const std::string&) {
