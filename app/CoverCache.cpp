@@ -9,7 +9,7 @@
 #include "app/StoredCover.h"
 #include "jobs/Runner.h"
 #include "store/MatchKey.h"
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "store/StateFolder.h"
 #include "text/Utf8.h"
 #include "util/Exception.h"

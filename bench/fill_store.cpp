@@ -3,7 +3,7 @@
 // entries there are and how many microseconds each of this tenth took.
 //
 //     fill_store FOLDER COUNT PNG
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 
 #include <algorithm>
 #include <array>

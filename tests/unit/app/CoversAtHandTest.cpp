@@ -2,7 +2,7 @@
 #include "app/CoversAtHand.h"
 
 #include "store/Sha256.h"
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"

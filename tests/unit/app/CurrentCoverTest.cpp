@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/CurrentCover.h"
 
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/Parameters.h"
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

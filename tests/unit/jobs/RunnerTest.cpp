@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/Runner.h"
 
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/Waiting.h"
 #include "tests/unit/jobs/Descriptors.h"
 #include "tests/unit/jobs/MakeProgram.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Conversation.h"
 
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/sources/FakeServices.h"
 #include "util/Exception.h"

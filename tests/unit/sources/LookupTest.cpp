@@ -2,7 +2,7 @@
 #include "sources/Lookup.h"
 
 #include "net/Url.h"
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/Waiting.h"
 #include "tests/unit/sources/FakeServices.h"

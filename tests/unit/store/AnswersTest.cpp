@@ -3,7 +3,7 @@
 // CoverStoreTest.cpp.
 #include "store/CoverStore.h"
 #include "store/Sha256.h"
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/TemporaryFolder.h"
 

@@ -3,7 +3,7 @@
 // implementation is one more line at the end.
 #include "store/CoverStore.h"
 #include "store/Sha256.h"
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/TemporaryFolder.h"
 

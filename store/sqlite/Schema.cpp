@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteSchema.h"
+#include "store/sqlite/Schema.h"
 
 #include "util/Exception.h"
 

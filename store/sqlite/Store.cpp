@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteStore.h"
+#include "store/sqlite/Store.h"
 
 #include "store/MatchKey.h"
 #include "store/Sha256.h"
-#include "store/SqliteAnswers.h"
-#include "store/SqliteConnection.h"
-#include "store/SqliteEntries.h"
-#include "store/SqliteImages.h"
-#include "store/SqliteJobs.h"
+#include "store/sqlite/Answers.h"
+#include "store/sqlite/Connection.h"
+#include "store/sqlite/Entries.h"
+#include "store/sqlite/Images.h"
+#include "store/sqlite/Jobs.h"
 #include "util/Exception.h"
 
 #include <SQLiteCpp/Transaction.h>

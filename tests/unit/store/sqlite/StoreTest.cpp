@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteStore.h"
-#include "store/SqliteConnection.h"
+#include "store/sqlite/Store.h"
+#include "store/sqlite/Connection.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Flushes.h"
 #include "tests/unit/TemporaryFolder.h"

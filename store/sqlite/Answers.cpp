@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteAnswers.h"
+#include "store/sqlite/Answers.h"
 
-#include "store/SqliteStatements.h"
+#include "store/sqlite/Statements.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteConnection.h"
+#include "store/sqlite/Connection.h"
 
-#include "store/SqliteSchema.h"
+#include "store/sqlite/Schema.h"
 #include "util/Exception.h"
 #include "util/FileDescriptor.h"
 #include "util/Log.h"

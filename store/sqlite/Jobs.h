@@ -2,7 +2,7 @@
 #pragma once
 
 #include "store/CoverStore.h"
-#include "store/SqliteConnection.h"
+#include "store/sqlite/Connection.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteImages.h"
+#include "store/sqlite/Images.h"
 
-#include "store/SqliteStatements.h"
+#include "store/sqlite/Statements.h"
 
 #include <sqlite3.h>
 

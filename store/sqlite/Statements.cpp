@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteStatements.h"
+#include "store/sqlite/Statements.h"
 
 #include <chrono>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteEntries.h"
+#include "store/sqlite/Entries.h"
 
 #include "store/MatchKey.h"
 #include "store/SearchWords.h"
-#include "store/SqliteImages.h"
-#include "store/SqliteStatements.h"
+#include "store/sqlite/Images.h"
+#include "store/sqlite/Statements.h"
 
 namespace store::sqlite {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "store/SqliteJobs.h"
+#include "store/sqlite/Jobs.h"
 
-#include "store/SqliteStatements.h"
+#include "store/sqlite/Statements.h"
 
 namespace store::sqlite {
 namespace {
