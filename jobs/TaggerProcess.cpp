@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/TaggerProcess.h"
 
-#include "jobs/TaggerProtocol.h"
+#include "tagger/Protocol.h"
 #include "util/Exception.h"
 
 #include <fcntl.h>

@@ -33,7 +33,8 @@ BELOW = {
     "tags": ("text/", "util/"),
     "sources": ("net/", "store/", "tags/", "text/", "util/"),
     "bridge": ("text/", "util/"),
-    "jobs": ("store/", "tags/", "text/", "util/"),
+    "tagger": ("tags/", "util/"),
+    "jobs": ("store/", "tagger/", "tags/", "util/"),
     "app": ("jobs/", "net/", "sources/", "store/", "tags/", "text/", "util/"),
 }
 

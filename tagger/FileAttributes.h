@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-namespace jobs {
+namespace tagger {
 
 /**
  * Gives the file `copy` the owner, mode and extended attributes, access control lists among them, of
@@ -10,4 +10,4 @@ namespace jobs {
  */
 void copyAttributes(int original, int copy);
 
-} // namespace jobs
+} // namespace tagger

@@ -10,7 +10,7 @@
 #include <functional>
 #include <span>
 
-namespace jobs {
+namespace tagger {
 
 /** A failure for a reason that passes, so that it makes sense to try again later. */
 class TryAgainLater : public util::Exception {
@@ -41,4 +41,4 @@ struct SongUpdate {
  */
 void writeCover(const SongUpdate& update);
 
-} // namespace jobs
+} // namespace tagger

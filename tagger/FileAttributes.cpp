@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/FileAttributes.h"
+#include "tagger/FileAttributes.h"
 
 #include "util/Exception.h"
 
@@ -14,7 +14,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace jobs {
+namespace tagger {
 namespace {
 
 constexpr mode_t permissions = S_ISUID | S_ISGID | S_ISVTX | S_IRWXU | S_IRWXG | S_IRWXO;
@@ -77,4 +77,4 @@ void copyAttributes(int original, int copy) {
     if (::fchmod(copy, wanted.st_mode & permissions) != 0) fail("permissions"); // a new owner takes some away
 }
 
-} // namespace jobs
+} // namespace tagger

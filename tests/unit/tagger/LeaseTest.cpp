@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/Lease.h"
+#include "tagger/Lease.h"
 
-#include "jobs/SongUpdate.h"
+#include "tagger/SongUpdate.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/jobs/Descriptors.h"
 
@@ -12,8 +12,8 @@
 
 namespace {
 
-using jobs::Lease;
-using jobs::TryAgainLater;
+using tagger::Lease;
+using tagger::TryAgainLater;
 
 class LeaseTest : public testing::Test {
 protected:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/Tagger.h"
+#include "tagger/Tagger.h"
 
-#include "jobs/TaggerProtocol.h"
+#include "tagger/Protocol.h"
 #include "util/File.h"
 
 #include <sys/prctl.h>
@@ -18,7 +18,7 @@
 #include <string>
 #include <string_view>
 
-namespace jobs {
+namespace tagger {
 namespace {
 
 using tagger::Done;
@@ -85,4 +85,4 @@ int runTagger(int count, char** arguments, const Fit& fit) {
     }
 }
 
-} // namespace jobs
+} // namespace tagger

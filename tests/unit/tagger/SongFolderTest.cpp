@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/SongFolder.h"
+#include "tagger/SongFolder.h"
 
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/jobs/Descriptors.h"
@@ -10,7 +10,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using jobs::SongFolder;
+using tagger::SongFolder;
 
 class SongFolderTest : public testing::Test {
 protected:

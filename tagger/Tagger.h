@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "jobs/SongUpdate.h"
+#include "tagger/SongUpdate.h"
 
-namespace jobs {
+namespace tagger {
 
 /** The main function of the programs that write covers into songs, which differ in how they make a picture
- * fit. jobs/TaggerProtocol.h tells the arguments. */
+ * fit. tagger/Protocol.h tells the arguments. */
 [[nodiscard]] int runTagger(int count, char** arguments, const Fit& fit);
 
-} // namespace jobs
+} // namespace tagger

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/FileAttributes.h"
+#include "tagger/FileAttributes.h"
 
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/jobs/Descriptors.h"
@@ -23,7 +23,7 @@ using std::filesystem::path;
 class FileAttributes : public testing::Test {
 protected:
     void copy() const {
-        jobs::copyAttributes(tests::openFile(original_).get(), tests::openFile(copy_).get());
+        tagger::copyAttributes(tests::openFile(original_).get(), tests::openFile(copy_).get());
     }
 
     static struct stat statusOf(const path& file) {
@@ -86,7 +86,7 @@ TEST_F(FileAttributes, AnOwnerThatCantBeKeptIsAFailure) {
     }
     const tests::OrdinaryUser user;
     try {
-        jobs::copyAttributes(others.get(), mine.get());
+        tagger::copyAttributes(others.get(), mine.get());
         FAIL() << "nothing was said";
     } catch (const util::Exception& e) {
         EXPECT_STREQ(e.what(), "The song file's owner can't be kept: Operation not permitted.");

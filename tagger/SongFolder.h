@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-namespace jobs {
+namespace tagger {
 
 /**
  * An open folder. Its files are reached through it, so that nobody can lead them elsewhere by putting a link
@@ -28,4 +28,4 @@ private:
     util::FileDescriptor folder_;
 };
 
-} // namespace jobs
+} // namespace tagger

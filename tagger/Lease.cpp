@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/Lease.h"
+#include "tagger/Lease.h"
 
-#include "jobs/SongUpdate.h"
+#include "tagger/SongUpdate.h"
 
 #include <fcntl.h>
 
 #include <cerrno>
 #include <csignal>
 
-namespace jobs {
+namespace tagger {
 namespace {
 
 [[noreturn]] void busy() { throw TryAgainLater("Another program is writing into the song file."); }
@@ -29,4 +29,4 @@ void Lease::check() const {
     if (held_ && ::fcntl(file_, F_GETLEASE) != F_RDLCK) busy();
 }
 
-} // namespace jobs
+} // namespace tagger

@@ -7,7 +7,7 @@
  * and the process id of the runner, with which they end. They write the reason of a failure, a sentence, to
  * their standard output.
  */
-namespace jobs::tagger {
+namespace tagger {
 
 /** A descriptor with the picture. */
 inline constexpr int pictureDescriptor = 3;
@@ -20,4 +20,4 @@ inline constexpr const char* scalingProgram = "sleevery-tagger-scaling";
 
 enum ExitCode { Done = 0, Failed = 1, Later = 75 }; // as in sysexits.h
 
-} // namespace jobs::tagger
+} // namespace tagger

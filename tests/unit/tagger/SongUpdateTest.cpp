@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/SongUpdate.h"
+#include "tagger/SongUpdate.h"
 
 #include "tags/FittingPicture.h"
 #include "tests/unit/jobs/Descriptors.h"
@@ -23,7 +23,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using jobs::TryAgainLater;
+using tagger::TryAgainLater;
 using tests::bytesOf;
 using tests::coverOf;
 using tests::fileBytes;
@@ -45,7 +45,7 @@ protected:
     }
 
     void write(const Change& change = {}) const {
-        jobs::writeCover({.song = song_,
+        tagger::writeCover({.song = song_,
                           .temporaryFile = temporaryFile(),
                           .picture = bytesOf(change.cover),
                           .maxSidePixels = change.maxSidePixels,

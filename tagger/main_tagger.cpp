@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/Tagger.h"
-#include "jobs/TaggerProtocol.h"
+#include "tagger/Tagger.h"
+#include "tagger/Protocol.h"
 #include "tags/PictureLimits.h"
 #include "util/Buffer.h"
 #include "util/Exception.h"
@@ -19,7 +19,7 @@ namespace {
  */
 [[noreturn]] void giveWay(char** arguments) {
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
-    const std::filesystem::path other = self.parent_path() / jobs::tagger::scalingProgram;
+    const std::filesystem::path other = self.parent_path() / tagger::scalingProgram;
     ::execv(other.c_str(), arguments);
     throw util::Exception("The program that makes pictures smaller can't be started.");
 }
@@ -27,7 +27,7 @@ namespace {
 } // namespace
 
 int main(int count, char** arguments) {
-    return jobs::runTagger(count, arguments,
+    return tagger::runTagger(count, arguments,
                            [&](std::span<const std::byte> received, const tags::PictureLimits& limits) {
                                if (!tags::fits(received, limits)) giveWay(arguments);
                                return util::Buffer(received);

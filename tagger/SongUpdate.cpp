@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/SongUpdate.h"
+#include "tagger/SongUpdate.h"
 
-#include "jobs/FileAttributes.h"
-#include "jobs/Lease.h"
-#include "jobs/SongFolder.h"
+#include "tagger/FileAttributes.h"
+#include "tagger/Lease.h"
+#include "tagger/SongFolder.h"
 #include "tags/FrontCover.h"
 #include "tags/Verification.h"
 #include "util/FileDescriptor.h"
@@ -19,7 +19,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace jobs {
+namespace tagger {
 namespace {
 
 namespace fs = std::filesystem;
@@ -169,4 +169,4 @@ void writeCover(const SongUpdate& update) {
     folder.flush();
 }
 
-} // namespace jobs
+} // namespace tagger

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-namespace jobs {
+namespace tagger {
 
 /**
  * Tells whether another program writes into a file: nobody does when it is made, and whoever opens the file
@@ -25,4 +25,4 @@ private:
     bool held_ = false;
 };
 
-} // namespace jobs
+} // namespace tagger

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "jobs/SongFolder.h"
+#include "tagger/SongFolder.h"
 
 #include "util/Exception.h"
 
@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace jobs {
+namespace tagger {
 namespace {
 
 [[noreturn]] void fail(std::string_view what) {
@@ -41,4 +41,4 @@ void SongFolder::flush() const {
     if (::fsync(folder_.get()) != 0 && errno != EINVAL) fail("flushed");
 }
 
-} // namespace jobs
+} // namespace tagger
