@@ -5,7 +5,7 @@
 #include "app/Quavion.h"
 #include "text/Xml.h"
 #include "util/Exception.h"
-#include "util/XmlElement.h"
+#include "xml/XmlElement.h"
 
 #include <fmt/format.h>
 
@@ -23,9 +23,9 @@ constexpr std::ptrdiff_t maxTags = 30 * maxSongs; // each element takes thirty t
 
 constexpr const char* noSongs = "The appliance answered something else than a list of songs.";
 
-util::XmlDoc parsed(const std::string& reply) {
+xml::XmlDoc parsed(const std::string& reply) {
     try {
-        return util::parseXml(reply, maxReplyBytes);
+        return xml::parseXml(reply, maxReplyBytes);
     } catch (const util::Exception&) {
         throw util::Exception(noSongs);
     }
@@ -37,7 +37,7 @@ std::string otherwise(const std::string& reply) {
     return refusal.empty() ? noSongs : fmt::format("The appliance refuses the command: {}", refusal);
 }
 
-std::optional<int> numberIn(const util::XmlElement& song, std::string_view name) {
+std::optional<int> numberIn(const xml::XmlElement& song, std::string_view name) {
     const std::string text = song.child(name).text();
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -45,7 +45,7 @@ std::optional<int> numberIn(const util::XmlElement& song, std::string_view name)
     return number;
 }
 
-DeviceSong songFrom(const util::XmlElement& song) {
+DeviceSong songFrom(const xml::XmlElement& song) {
     const std::optional<int> length = numberIn(song, "Length");
     return {.number = numberIn(song, "Number"),
             .disc = numberIn(song, "Disc"),
@@ -69,11 +69,11 @@ std::string command(const store::Record& song) {
 std::vector<DeviceSong> deviceSongs(const std::string& reply, std::string_view root) {
     if (std::count(reply.begin(), reply.end(), '<') > maxTags)
         throw util::Exception("The appliance lists too many songs.");
-    const util::XmlDoc document = parsed(reply);
-    const util::XmlElement list = util::XmlElement::rootOf(*document);
+    const xml::XmlDoc document = parsed(reply);
+    const xml::XmlElement list = xml::XmlElement::rootOf(*document);
     if (!list.is(root)) throw util::Exception(otherwise(reply));
     std::vector<DeviceSong> songs;
-    for (const util::XmlElement& song : list.children("Song")) {
+    for (const xml::XmlElement& song : list.children("Song")) {
         if (songs.size() == maxSongs) throw util::Exception("The appliance lists too many songs.");
         songs.push_back(songFrom(song));
     }

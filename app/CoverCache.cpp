@@ -119,7 +119,7 @@ int CoverCache::Store(SongInfo& song, bool replace) {
                                       : "not stored: there is no image");
         return 0;
     }
-    const util::ReceivedImage received = app::receivedImage(*song.getImage());
+    const image::ReceivedImage received = app::receivedImage(*song.getImage());
     const int id = impl_->store().storeImage(app::recordOf(song),
                                              app::newImage(received.header, received.bytes->bytes()),
                                              replace ? store::IfPresent::Replace : store::IfPresent::Keep);

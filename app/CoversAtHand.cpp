@@ -6,7 +6,7 @@
 #include "tags/FrontCover.h"
 #include "tags/MusicFolder.h"
 #include "util/Exception.h"
-#include "util/ImageHeader.h"
+#include "image/ImageHeader.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
@@ -98,7 +98,7 @@ private:
         try {
             picture = read();
             if (picture.empty()) return;
-            image = newImage(util::readImageHeader(picture.bytes(), open_.parameters.imageLimits()),
+            image = newImage(image::readImageHeader(picture.bytes(), open_.parameters.imageLimits()),
                              picture.bytes());
         } catch (const util::Exception& e) {
             util::logLine(fmt::format("no picture from the song's {}: {}", source, e.what()));

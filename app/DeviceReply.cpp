@@ -4,7 +4,7 @@
 #include "text/Encoding.h"
 #include "text/Utf8.h"
 #include "util/Exception.h"
-#include "util/XmlElement.h"
+#include "xml/XmlElement.h"
 
 #include <fmt/format.h>
 
@@ -91,8 +91,8 @@ std::string deviceRefusal(const std::string& reply) {
     if (reply.size() > maxRefusalBytes) return {};
     std::string sentence;
     try {
-        const util::XmlDoc document = util::parseXml(reply, maxRefusalBytes);
-        const util::XmlElement root = util::XmlElement::rootOf(*document);
+        const xml::XmlDoc document = xml::parseXml(reply, maxRefusalBytes);
+        const xml::XmlElement root = xml::XmlElement::rootOf(*document);
         if (!root.is("Error")) return {};
         sentence = root.text();
     } catch (const util::Exception&) {

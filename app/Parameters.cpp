@@ -150,7 +150,7 @@ std::uint64_t Parameters::number(std::string_view name) {
     return positiveNumber(definition.defaultValue).value();
 }
 
-util::ImageLimits Parameters::imageLimits() {
+image::ImageLimits Parameters::imageLimits() {
     return {.maxBytes = number("maxImageBytes"), .maxPixels = number("maxImagePixels")};
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "store/CoverStore.h"
-#include "util/ImageHeader.h"
+#include "image/ImageHeader.h"
 
 #include <cstdint>
 #include <memory>
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] std::string text(std::string_view name);
 
     /** `maxImageBytes` and `maxImagePixels`. */
-    [[nodiscard]] util::ImageLimits imageLimits();
+    [[nodiscard]] image::ImageLimits imageLimits();
 
 private:
     [[nodiscard]] std::string stored(const ParameterDefinition& definition) const;

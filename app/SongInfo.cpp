@@ -12,7 +12,7 @@
 #include "tags/MusicFolder.h"
 #include "text/StopWords.h"
 #include "util/Exception.h"
-#include "util/ImageContent.h"
+#include "image/ImageContent.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
@@ -58,7 +58,7 @@ SongInfo::~SongInfo() = default;
 
 bool SongInfo::operator==(const SongInfo& other) const {
     const auto bytesOf = [](const util::Image& of) {
-        const auto received = util::ImageContent::received(of);
+        const auto received = image::ImageContent::received(of);
         return received.bytes ? std::string_view(reinterpret_cast<const char*>(received.bytes->data()),
                                                  received.bytes->size())
                               : std::string_view();
@@ -123,10 +123,10 @@ void SongInfo::setImage(const void* data, unsigned int length) {
         malloc_trim(0); // a decoded image is thousands of small blocks, between which others are left
         return;
     }
-    const util::ImageLimits limits =
-        app::openStore() == nullptr ? util::ImageLimits{} : app::openStore()->parameters.imageLimits();
-    image = util::ImageContent::decode(std::span(static_cast<const std::byte*>(data), length), limits,
-                                       util::AcceptedTypes::JpegAndPng);
+    const image::ImageLimits limits =
+        app::openStore() == nullptr ? image::ImageLimits{} : app::openStore()->parameters.imageLimits();
+    image = image::ImageContent::decode(std::span(static_cast<const std::byte*>(data), length), limits,
+                                       image::AcceptedTypes::JpegAndPng);
 }
 
 void SongInfo::setImage(util::Image newImage) { image = newImage; }

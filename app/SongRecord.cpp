@@ -51,14 +51,14 @@ void complete(SongInfo& song, const store::Entry& entry) {
     if (song.getImageUrl().empty()) song.setImageUrl(record.imageUrl);
 }
 
-util::ReceivedImage receivedImage(util::Image& image) {
-    util::ReceivedImage received = util::ImageContent::received(image);
+image::ReceivedImage receivedImage(util::Image& image) {
+    image::ReceivedImage received = image::ImageContent::received(image);
     if (received.bytes) return received;
     void* data = nullptr;
     std::size_t size = 0;
     if (!image.getRawPNG(&data, size)) throw util::Exception("The cover could not be encoded as PNG.");
     received.bytes = std::make_shared<const util::Buffer>(data, size);
-    received.header = {.type = util::ImageType::Png,
+    received.header = {.type = image::ImageType::Png,
                        .widthPixels = image.width(),
                        .heightPixels = image.height(),
                        .orientation = 1,
@@ -66,15 +66,15 @@ util::ReceivedImage receivedImage(util::Image& image) {
     return received;
 }
 
-store::NewImage newImage(const util::ImageHeader& header, std::span<const std::byte> bytes) {
+store::NewImage newImage(const image::ImageHeader& header, std::span<const std::byte> bytes) {
     const bool upright = header.orientation == 1;
     const bool lies = header.orientation >= 5;
     return {.bytes = bytes,
-            .mimeType = std::string(util::mimeType(header.type)),
+            .mimeType = std::string(image::mimeType(header.type)),
             .widthPixels = lies ? header.heightPixels : header.widthPixels,
             .heightPixels = lies ? header.widthPixels : header.heightPixels,
             .shownAsReceived =
-                header.type == util::ImageType::Png && upright && header.usedBytes == bytes.size()};
+                header.type == image::ImageType::Png && upright && header.usedBytes == bytes.size()};
 }
 
 } // namespace app

@@ -3,8 +3,8 @@
 
 #include "app/SongInfo.h"
 #include "store/CoverStore.h"
-#include "util/ImageContent.h"
-#include "util/ImageHeader.h"
+#include "image/ImageContent.h"
+#include "image/ImageHeader.h"
 
 #include <span>
 
@@ -18,9 +18,9 @@ void complete(SongInfo& song, const store::Entry& entry);
 
 /** The image as it was received; one that was drawn or scaled here is made into a PNG. @throws
  * util::Exception */
-[[nodiscard]] util::ReceivedImage receivedImage(util::Image& image);
+[[nodiscard]] image::ReceivedImage receivedImage(util::Image& image);
 
 /** An image as the store takes it; `bytes` stay the caller's. */
-[[nodiscard]] store::NewImage newImage(const util::ImageHeader& header, std::span<const std::byte> bytes);
+[[nodiscard]] store::NewImage newImage(const image::ImageHeader& header, std::span<const std::byte> bytes);
 
 } // namespace app

@@ -2,7 +2,7 @@
 #include "app/StoredCover.h"
 
 #include "util/Exception.h"
-#include "util/ImageContent.h"
+#include "image/ImageContent.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
@@ -30,7 +30,7 @@ std::optional<util::Image> keptRendition(store::CoverStore& store, const std::st
     std::optional<util::Buffer> png = store.rendition(hash);
     if (!png) return std::nullopt;
     try {
-        return util::ImageContent::fromPng(*std::move(png));
+        return image::ImageContent::fromPng(*std::move(png));
     } catch (const util::Exception& e) {
         util::logLine(fmt::format("rendition {} is made again: {}", hash, e.what()));
         return std::nullopt;
@@ -45,13 +45,13 @@ std::optional<util::Image> storedCover(store::CoverStore& store, Parameters& par
         if (std::optional<util::Image> kept = keptRendition(store, info.hash)) return kept;
     std::optional<util::Buffer> received = store.image(info.hash);
     if (!received) return std::nullopt;
-    if (info.shownAsReceived) return util::ImageContent::fromPng(*std::move(received));
+    if (info.shownAsReceived) return image::ImageContent::fromPng(*std::move(received));
     // What was accepted once is shown, also after the limits have been lowered.
-    util::Buffer png = util::ImageContent::rendition(
+    util::Buffer png = image::ImageContent::rendition(
         received->bytes(),
         {.maxBytes = received->size(), .maxPixels = std::numeric_limits<std::uint64_t>::max()});
     keepRendition(store, parameters, info.hash, png);
-    return util::ImageContent::fromPng(std::move(png));
+    return image::ImageContent::fromPng(std::move(png));
 }
 
 } // namespace app

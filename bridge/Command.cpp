@@ -5,7 +5,7 @@
 #include "bridge/Numbers.h"
 #include "util/Exception.h"
 #include "util/Log.h"
-#include "util/XmlElement.h"
+#include "xml/XmlElement.h"
 
 #include <fmt/format.h>
 
@@ -25,10 +25,10 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(start, text.find_last_not_of(whiteSpace) - start + 1);
 }
 
-util::XmlDoc parsed(const std::string& document) {
+xml::XmlDoc parsed(const std::string& document) {
     try {
         // Blanks may stand before an element, but not before a declaration.
-        return util::parseXml(std::string(trimmed(document)), Command::maxBytes);
+        return xml::parseXml(std::string(trimmed(document)), Command::maxBytes);
     } catch (const util::Exception&) {
         throw Failure(ErrorCode::malformed, "The command is no well-formed XML.");
     }
@@ -37,14 +37,14 @@ util::XmlDoc parsed(const std::string& document) {
 } // namespace
 
 Command::Command(const std::string& document) {
-    const util::XmlDoc tree = parsed(document);
-    const util::XmlElement root = util::XmlElement::rootOf(*tree);
+    const xml::XmlDoc tree = parsed(document);
+    const xml::XmlElement root = xml::XmlElement::rootOf(*tree);
     name_ = root.name();
     if (!root.nameSpace().empty())
         throw Failure(ErrorCode::unknownCommand, "There are no commands in a namespace.");
     if (!trimmed(root.ownText()).empty())
         throw Failure(ErrorCode::badField, "The command has text outside its fields.");
-    for (const util::XmlElement& field : root.children()) {
+    for (const xml::XmlElement& field : root.children()) {
         const std::string name(field.name());
         if (!field.nameSpace().empty()) refuse(name, "is in a namespace");
         if (!field.children().empty()) refuse(name, "is no text");

@@ -3,7 +3,7 @@
 #include "bridge/Log.h"
 #include "bridge/Options.h"
 #include "bridge/Server.h"
-#include "util/XmlSetUp.h"
+#include "xml/XmlSetUp.h"
 
 #include <sys/resource.h>
 #include <sys/select.h>
@@ -42,7 +42,7 @@ void limitDescriptors() {
 
 void serve(const bridge::Options& options) {
     limitDescriptors();
-    util::setUpXmlLibraries(); // before there is a second thread
+    xml::setUpXmlLibraries(); // before there is a second thread
     // Threads inherit it, so that the signals wait for the one that asks for them.
     const sigset_t signals = endingSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);

@@ -83,7 +83,7 @@ void failUnlessNothingFound(const xml::Element& errors) {
 void failAsDocumented(const net::HttpAnswer& answer) {
     if (answer.status == 429 || answer.status >= 500) return; // the status says enough
     if (answer.body.find("ItemSearchErrorResponse") == std::string::npos) return;
-    const util::XmlDoc document = xml::parse(answer.body);
+    const xml::XmlDoc document = xml::parse(answer.body);
     failUnlessNothingFound(xml::Element::rootOf(*document));
 }
 
@@ -105,7 +105,7 @@ public:
     [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
         if (answer.status != 200) failAsDocumented(answer);
         needSuccess(answer);
-        const util::XmlDoc document = xml::parse(answer.body);
+        const xml::XmlDoc document = xml::parse(answer.body);
         const xml::Element root = xml::Element::rootOf(*document);
         if (root.is("ItemSearchErrorResponse")) failUnlessNothingFound(root);
         const xml::Element items = root.child("Items");

@@ -111,7 +111,7 @@ public:
 
     [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
         needSuccess(answer);
-        const util::XmlDoc document = xml::parse(answer.body);
+        const xml::XmlDoc document = xml::parse(answer.body);
         const xml::Element root = xml::Element::rootOf(*document);
         const xml::Element releases = root.child("release-list");
         const xml::Element recordings = root.child("recording-list");

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sources/Fields.h"
-#include "util/XmlElement.h"
+#include "xml/XmlElement.h"
 
 #include <string>
 
@@ -10,11 +10,11 @@
 
 namespace sources::xml {
 
-using Element = util::XmlElement;
+using Element = xml::XmlElement;
 
 /** @throws util::Exception for what is no XML document, has a DTD or more than maxParsedBytes */
-[[nodiscard]] inline util::XmlDoc parse(const std::string& document) {
-    return util::parseXml(document, maxParsedBytes);
+[[nodiscard]] inline xml::XmlDoc parse(const std::string& document) {
+    return xml::parseXml(document, maxParsedBytes);
 }
 
 } // namespace sources::xml

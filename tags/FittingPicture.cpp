@@ -2,7 +2,7 @@
 #include "tags/FittingPicture.h"
 
 #include "util/Exception.h"
-#include "util/ImageCodec.h"
+#include "image/ImageCodec.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -13,13 +13,13 @@ namespace {
 /** Nobody wants to look at smaller ones. */
 constexpr int minSidePixels = 200;
 
-util::Pixels scaledTo(util::Pixels pixels, int sidePixels) {
+image::Pixels scaledTo(image::Pixels pixels, int sidePixels) {
     const int longest = std::max(pixels->sx, pixels->sy);
     if (longest <= sidePixels) return pixels;
     const auto shorter = [&](int side) {
         return std::max(1, static_cast<int>(std::int64_t{side} * sidePixels / longest));
     };
-    return util::scalePixels(*pixels, shorter(pixels->sx), shorter(pixels->sy));
+    return image::scalePixels(*pixels, shorter(pixels->sx), shorter(pixels->sy));
 }
 
 bool hasTransparentParts(const gdImageStruct& pixels) {
@@ -32,16 +32,16 @@ bool hasTransparentParts(const gdImageStruct& pixels) {
 }
 
 util::Buffer scaled(std::span<const std::byte> received, const PictureLimits& limits) {
-    const util::ImageHeader header = util::readImageHeader(received, whateverWasAccepted);
-    util::Pixels pixels =
-        scaledTo(util::decodePixels(received.first(header.usedBytes), header), limits.maxSidePixels);
-    const bool asPng = !limits.baselineJpegOnly && header.type != util::ImageType::Jpeg &&
-                       (header.type == util::ImageType::Png || hasTransparentParts(*pixels));
+    const image::ImageHeader header = image::readImageHeader(received, whateverWasAccepted);
+    image::Pixels pixels =
+        scaledTo(image::decodePixels(received.first(header.usedBytes), header), limits.maxSidePixels);
+    const bool asPng = !limits.baselineJpegOnly && header.type != image::ImageType::Jpeg &&
+                       (header.type == image::ImageType::Png || hasTransparentParts(*pixels));
     if (asPng)
-        if (util::Buffer png = util::encodePng(*pixels); png.size() <= limits.maxBytes) return png;
+        if (util::Buffer png = image::encodePng(*pixels); png.size() <= limits.maxBytes) return png;
     for (int side = std::max(pixels->sx, pixels->sy);; side /= 2) {
         pixels = scaledTo(std::move(pixels), side);
-        if (util::Buffer jpeg = util::encodeJpeg(*pixels); jpeg.size() <= limits.maxBytes) return jpeg;
+        if (util::Buffer jpeg = image::encodeJpeg(*pixels); jpeg.size() <= limits.maxBytes) return jpeg;
         if (side <= minSidePixels)
             throw util::Exception("The picture doesn't fit into the song file, however small it is made.");
     }

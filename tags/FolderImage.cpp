@@ -59,7 +59,7 @@ util::Buffer readFolderImage(const fs::path& song, const fs::path& musicFolder, 
     return util::readFile(songIn(musicFolder, image).c_str(), maxBytes); // a link must not lead elsewhere
 }
 
-void writeFolderImage(const fs::path& song, const fs::path& musicFolder, const util::ReceivedImage& image) {
+void writeFolderImage(const fs::path& song, const fs::path& musicFolder, const image::ReceivedImage& image) {
     const fs::path target = folderOf(musicFolder, song) / imageName;
     // The weakest players refuse larger ones, and progressive ones.
     util::replaceFile(

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "util/Buffer.h"
-#include "util/ImageContent.h"
+#include "image/ImageContent.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -33,6 +33,6 @@ namespace tags {
  * @throws util::Exception where that fails or the song file is not below `musicFolder`
  */
 void writeFolderImage(const std::filesystem::path& song, const std::filesystem::path& musicFolder,
-                      const util::ReceivedImage& image);
+                      const image::ReceivedImage& image);
 
 } // namespace tags

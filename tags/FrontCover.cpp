@@ -4,7 +4,7 @@
 #include "tags/Bytes.h"
 #include "tags/Container.h"
 #include "util/Exception.h"
-#include "util/ImageHeader.h"
+#include "image/ImageHeader.h"
 
 #include <fmt/format.h>
 
@@ -41,15 +41,15 @@ Cover coverFrom(std::span<const std::byte> picture, std::size_t maxBytes) {
     if (picture.size() > maxBytes)
         throw util::Exception(
             fmt::format("The picture is larger than the {} bytes that the song file takes.", maxBytes));
-    const util::ImageHeader header = util::readImageHeader(picture, {});
-    const bool png = header.type == util::ImageType::Png;
-    if (!png && header.type != util::ImageType::Jpeg)
+    const image::ImageHeader header = image::readImageHeader(picture, {});
+    const bool png = header.type == image::ImageType::Png;
+    if (!png && header.type != image::ImageType::Jpeg)
         throw util::Exception("Only JPEG and PNG images can be written into song files.");
     constexpr std::size_t colourTypeAt = 25;
     constexpr std::byte alpha{0x04};
     const bool transparent = png && (picture[colourTypeAt] & alpha) == alpha;
     return {.image = textOf(picture),
-            .mime = util::mimeType(header.type),
+            .mime = image::mimeType(header.type),
             .png = png,
             .width = static_cast<std::uint32_t>(header.widthPixels),
             .height = static_cast<std::uint32_t>(header.heightPixels),

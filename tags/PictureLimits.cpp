@@ -6,10 +6,10 @@
 namespace tags {
 
 bool fits(std::span<const std::byte> received, const PictureLimits& limits) {
-    const util::ImageHeader header = util::readImageHeader(received, whateverWasAccepted);
+    const image::ImageHeader header = image::readImageHeader(received, whateverWasAccepted);
     const bool type = header.baselineJpeg ||
                       (!limits.baselineJpegOnly &&
-                       (header.type == util::ImageType::Jpeg || header.type == util::ImageType::Png));
+                       (header.type == image::ImageType::Jpeg || header.type == image::ImageType::Png));
     return type && header.orientation == 1 &&
            std::max(header.widthPixels, header.heightPixels) <= limits.maxSidePixels &&
            received.size() <= limits.maxBytes;

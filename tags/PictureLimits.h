@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "util/ImageHeader.h"
+#include "image/ImageHeader.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,7 +18,7 @@ struct PictureLimits {
 };
 
 /** Nothing is refused as a picture for a song that was accepted when it came in. */
-inline constexpr util::ImageLimits whateverWasAccepted{.maxBytes = std::numeric_limits<std::size_t>::max(),
+inline constexpr image::ImageLimits whateverWasAccepted{.maxBytes = std::numeric_limits<std::size_t>::max(),
                                                        .maxPixels =
                                                            std::numeric_limits<std::uint64_t>::max()};
 

@@ -15,7 +15,7 @@ constexpr char cover[] = "\x89PNG\r\n\x1a\n\0cover\0of the stand-in\0";
 
 std::string described(SongInfo& song) {
     const standin::Quiet quiet;
-    const std::string image = util::ImageContent::get(*song.getImage());
+    const std::string image = image::ImageContent::get(*song.getImage());
     return "SongInfo(title " + quoted(song.getTitle()) + ", artist " + quoted(song.getArtist()) + ", album " +
            quoted(song.getAlbum()) + ", url " + quoted(song.getImageUrl()) +
            (song.isSampler() ? ", sampler" : "") + (image.empty() ? "" : ", image " + quoted(image)) + ")";
@@ -42,7 +42,7 @@ bool CoverCache::GetImage(int id, util::Image* image) {
     if (!calledForBool(id > 0, "CoverCache::GetImage",
                        std::to_string(id) + (image == nullptr ? ", null" : ", image")))
         return false;
-    util::ImageContent::set(*image, std::string(cover, sizeof cover - 1));
+    image::ImageContent::set(*image, std::string(cover, sizeof cover - 1));
     return true;
 }
 

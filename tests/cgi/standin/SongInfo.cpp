@@ -64,7 +64,7 @@ void SongInfo::Dump() const {
 }
 
 bool SongInfo::hasImage() const {
-    return calledForBool(!util::ImageContent::get(image).empty(), "SongInfo::hasImage");
+    return calledForBool(!image::ImageContent::get(image).empty(), "SongInfo::hasImage");
 }
 
 util::Image* SongInfo::getImage() {
@@ -75,11 +75,11 @@ util::Image* SongInfo::getImage() {
 void SongInfo::setImage(const void* data, unsigned int length) {
     if (data == nullptr) {
         called("SongInfo::setImage", "null, " + std::to_string(length));
-        util::ImageContent::set(image, {});
+        image::ImageContent::set(image, {});
     } else {
         const std::string bytes(static_cast<const char*>(data), length);
         called("SongInfo::setImage", quoted(bytes) + ", " + std::to_string(length));
-        util::ImageContent::set(image, bytes);
+        image::ImageContent::set(image, bytes);
     }
 }
 
@@ -101,6 +101,6 @@ std::string SongInfo::readAlbumSongs() {
 // The image that it finds tells where it comes from.
 bool SongInfo::loadImage() {
     if (!calledForBool(!imageUrl.empty(), "SongInfo::loadImage")) return false;
-    util::ImageContent::set(image, "image at " + imageUrl);
+    image::ImageContent::set(image, "image at " + imageUrl);
     return true;
 }

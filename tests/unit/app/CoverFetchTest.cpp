@@ -6,7 +6,7 @@
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/net/LoopbackServer.h"
 #include "util/File.h"
-#include "util/ImageContent.h"
+#include "image/ImageContent.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +48,7 @@ protected:
     }
 
     std::string received() {
-        return tests::textOf(util::ImageContent::received(*song_.getImage()).bytes->bytes());
+        return tests::textOf(image::ImageContent::received(*song_.getImage()).bytes->bytes());
     }
 
     tests::TemporaryFolder folder_;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/Documents.h"
-#include "util/XMLParser.h"
+#include "xml/XMLParser.h"
 
 #include <gtest/gtest.h>
 

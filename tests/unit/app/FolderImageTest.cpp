@@ -6,7 +6,7 @@
 #include "tests/unit/TemporaryFolder.h"
 #include "util/Exception.h"
 #include "util/File.h"
-#include "util/ImageHeader.h"
+#include "image/ImageHeader.h"
 
 #include <gtest/gtest.h>
 
@@ -86,7 +86,7 @@ TEST_F(FolderImage, IsAnUprightBaselineJpegWhateverTheReceivedFileIs) {
         attach(fixture(name));
         ASSERT_TRUE(song_.WriteFolderJpeg(true)) << name;
         const std::string written = contentOf(image());
-        const util::ImageHeader header = util::readImageHeader(tests::bytesOf(written), {});
+        const image::ImageHeader header = image::readImageHeader(tests::bytesOf(written), {});
         EXPECT_TRUE(header.baselineJpeg) << name;
         EXPECT_EQ(header.orientation, 1) << name;
         EXPECT_EQ(header.widthPixels, song_.getImage()->width()) << name;
@@ -101,7 +101,7 @@ TEST_F(FolderImage, IsNoLargerThan1200Pixels) {
                                                                        {5000, 1, 1200, 1}}) {
         attach(tests::jpeg(tests::picture(width, height)));
         ASSERT_TRUE(song_.WriteFolderJpeg(true));
-        const util::ImageHeader header = util::readImageHeader(tests::bytesOf(contentOf(image())), {});
+        const image::ImageHeader header = image::readImageHeader(tests::bytesOf(contentOf(image())), {});
         EXPECT_EQ(header.widthPixels, expectedWidth);
         EXPECT_EQ(header.heightPixels, expectedHeight);
         EXPECT_EQ(song_.getImage()->width(), width) << "the record keeps what it has";

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "bridge/Replies.h"
 
-#include "util/XmlElement.h"
+#include "xml/XmlElement.h"
 
 #include <gtest/gtest.h>
 #include <libxml/relaxng.h>
@@ -25,7 +25,7 @@ const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 /** Whether docs/xml/Appliance.rng describes the document. The schema is given to libxml2 as a text, because
  * it is not let at files here. */
 bool isDescribed(const std::string& document) {
-    using util::XmlDeleter;
+    using xml::XmlDeleter;
     std::ifstream file(SLEEVERY_SOURCE_DIR "/docs/xml/Appliance.rng");
     const std::string text(std::istreambuf_iterator<char>(file), {});
     const std::unique_ptr<xmlRelaxNGParserCtxt, XmlDeleter<xmlRelaxNGFreeParserCtxt>> parser(
@@ -33,7 +33,7 @@ bool isDescribed(const std::string& document) {
     const std::unique_ptr<xmlRelaxNG, XmlDeleter<xmlRelaxNGFree>> schema(xmlRelaxNGParse(parser.get()));
     const std::unique_ptr<xmlRelaxNGValidCtxt, XmlDeleter<xmlRelaxNGFreeValidCtxt>> validator(
         xmlRelaxNGNewValidCtxt(schema.get()));
-    const util::XmlDoc tree = util::parseXml(document, 1'000'000);
+    const xml::XmlDoc tree = xml::parseXml(document, 1'000'000);
     return xmlRelaxNGValidateDoc(validator.get(), tree.get()) == 0;
 }
 

@@ -4,7 +4,7 @@
 #include "tags/FittingPicture.h"
 #include "tests/unit/jobs/Descriptors.h"
 #include "tests/unit/tags/SongTest.h"
-#include "util/ImageHeader.h"
+#include "image/ImageHeader.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -161,7 +161,7 @@ TEST_F(SongUpdate, ReplacesACoverOnlyWhenAskedTo) {
 TEST_F(SongUpdate, ALargePictureIsMadeSmaller) {
     write({.cover = tests::jpeg(tests::picture(400, 300)), .maxSidePixels = 200});
     const std::string cover = coverOf(song_);
-    const util::ImageHeader header = util::readImageHeader(bytesOf(cover), {});
+    const image::ImageHeader header = image::readImageHeader(bytesOf(cover), {});
     EXPECT_EQ(header.widthPixels, 200);
     EXPECT_EQ(header.heightPixels, 150);
 }

@@ -3,9 +3,9 @@
 
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
-#include "tests/unit/util/ImageFiles.h"
+#include "tests/unit/image/ImageFiles.h"
 #include "util/Exception.h"
-#include "util/ImageHeader.h"
+#include "image/ImageHeader.h"
 
 #include <gtest/gtest.h>
 
@@ -16,13 +16,13 @@ namespace {
 using tags::PictureLimits;
 using tests::bytesOf;
 using tests::imageBytes;
-using util::ImageType;
+using image::ImageType;
 
 std::string fitting(const std::string& received, const PictureLimits& limits = {}) {
     return tests::textOf(tags::fittingPicture(bytesOf(received), limits).bytes());
 }
 
-util::ImageHeader headerOf(const std::string& picture) { return util::readImageHeader(bytesOf(picture), {}); }
+image::ImageHeader headerOf(const std::string& picture) { return image::readImageHeader(bytesOf(picture), {}); }
 
 TEST(FittingPicture, WhatIsFitIsLeftAsItWasReceived) {
     for (const char* name :
@@ -56,8 +56,8 @@ TEST(FittingPicture, IsAJpegUnlessItWasAPngOrHasTransparentParts) {
 
 TEST(FittingPicture, StandsUpright) {
     for (const char* name : {"orientation-6.jpg", "orientation-6.png", "orientation-6.webp"}) {
-        const util::ImageHeader before = headerOf(imageBytes(name));
-        const util::ImageHeader after = headerOf(fitting(imageBytes(name)));
+        const image::ImageHeader before = headerOf(imageBytes(name));
+        const image::ImageHeader after = headerOf(fitting(imageBytes(name)));
         EXPECT_EQ(after.orientation, 1) << name;
         EXPECT_EQ(after.widthPixels, before.heightPixels) << name;
         EXPECT_EQ(after.heightPixels, before.widthPixels) << name;

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "util/Buffer.h"
+#include "image/ImageHeader.h"
+
+#include <gd.h>
+
+#include <cstddef>
+#include <memory>
+#include <span>
+
+/** What is done with libgd. Its images are true colour here: palettes end where a file has been decoded. */
+namespace image {
+
+struct PixelsDeleter {
+    void operator()(gdImageStruct* pixels) const noexcept { gdImageDestroy(pixels); }
+};
+
+/** A libgd image; never null where a function here returns one. */
+using Pixels = std::unique_ptr<gdImageStruct, PixelsDeleter>;
+
+/**
+ * Decodes a file and turns it upright.
+ * @param header what readImageHeader() said of these bytes
+ * @throws util::Exception when they can't be decoded
+ */
+[[nodiscard]] Pixels decodePixels(std::span<const std::byte> bytes, const ImageHeader& header);
+
+/** Scales by averaging areas. The size must be positive. @throws util::Exception */
+[[nodiscard]] Pixels scalePixels(gdImageStruct& source, int widthPixels, int heightPixels);
+
+/** @throws util::Exception */
+[[nodiscard]] util::Buffer encodePng(gdImageStruct& pixels);
+
+/** Transparent parts become white. @throws util::Exception */
+[[nodiscard]] util::Buffer encodeJpeg(gdImageStruct& pixels);
+
+} // namespace image

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tests/unit/TemporaryFolder.h"
+#include "xml/XMLParser.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+namespace tests {
+
+constexpr const char* answer = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+                               "<Upload>\n"
+                               "  <SongInfo>\n"
+                               "    <Album>Paper &amp; Lanterns</Album>\n"
+                               "    <Title>Quiet &lt;Harbour&gt;</Title>\n"
+                               "  </SongInfo>\n"
+                               "  <Image>17</Image>\n"
+                               "  <Error code=\"0\">OK</Error>\n"
+                               "</Upload>\n";
+
+/** A stylesheet with `content` at the top. */
+inline std::string stylesheet(std::string_view content) {
+    return "<xsl:stylesheet version=\"1.0\" xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\"\n"
+           " xmlns:x=\"http://xmlsoft.org/XSLT/namespace\" extension-element-prefixes=\"x\">\n" +
+           std::string(content) + "\n</xsl:stylesheet>\n";
+}
+
+/** A stylesheet that makes `content` of any document, whatever is in it. */
+inline std::string making(std::string_view content) {
+    return stylesheet("<xsl:output method='text'/>\n<xsl:template match='/'>" + std::string(content) +
+                      "</xsl:template>");
+}
+
+/** A stylesheet that makes the value of `xpath`, as text. */
+inline std::string printing(std::string_view xpath) {
+    return making("[<xsl:value-of select=\"" + std::string(xpath) + "\"/>]");
+}
+
+/** A folder of stylesheets, which the parser knows as its only one. */
+class Stylesheets : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directory(folder());
+        util::XMLParser::setUp([this] { return std::vector{folder()}; });
+    }
+    void TearDown() override { util::XMLParser::setUp({}); }
+
+    [[nodiscard]] std::filesystem::path outside() const { return temporary_.path(); }
+    [[nodiscard]] std::filesystem::path folder() const { return temporary_.path() / "xslt"; }
+
+    std::filesystem::path write(const std::filesystem::path& name, std::string_view content) const {
+        std::ofstream(folder() / name, std::ios::binary) << content;
+        return folder() / name;
+    }
+
+    /** The result of the stylesheet `name` for the answer; what went to standard error is in `said`. */
+    std::string transform(const std::string& name) {
+        util::XMLParser parser;
+        EXPECT_TRUE(parser.parse(answer));
+        testing::internal::CaptureStderr();
+        std::string result = parser.transform(name.c_str());
+        said = testing::internal::GetCapturedStderr();
+        return result;
+    }
+
+    [[nodiscard]] auto linesSaid() const { return std::count(said.begin(), said.end(), '\n'); }
+
+    std::string said;
+
+private:
+    TemporaryFolder temporary_;
+};
+
+} // namespace tests
