@@ -2,10 +2,10 @@
 #include "app/CoverFetch.h"
 
 #include "app/OpenStore.h"
+#include "image/ImageContent.h"
 #include "net/Address.h"
 #include "net/HttpClient.h"
 #include "util/Exception.h"
-#include "image/ImageContent.h"
 
 #include <fmt/format.h>
 
@@ -50,7 +50,7 @@ util::Image imageFrom(const std::string& url) {
     if (answer.status < 200 || answer.status > 299)
         throw util::Exception(fmt::format("The server answered with status {}.", answer.status));
     return image::ImageContent::decode(std::as_bytes(std::span(answer.body)), limits,
-                                      image::AcceptedTypes::All);
+                                       image::AcceptedTypes::All);
 }
 
 std::string shown(const std::string& url) { return isStored(url) ? url : net::withoutSecrets(url); }

@@ -2,11 +2,11 @@
 #include "app/CoversAtHand.h"
 
 #include "app/SongRecord.h"
+#include "image/ImageHeader.h"
 #include "tags/FolderImage.h"
 #include "tags/FrontCover.h"
 #include "tags/MusicFolder.h"
 #include "util/Exception.h"
-#include "image/ImageHeader.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
@@ -20,7 +20,7 @@
 namespace app {
 namespace {
 
-using sources::Ranked;
+using matching::Ranked;
 
 // What the owner of the music has chosen is beaten only by a perfect hit; docs/matching.md has these numbers.
 constexpr double inFileScore = 0.96;
@@ -118,12 +118,12 @@ private:
     }
 
     void addOthers(int ownId) {
-        sources::Judge judge(questionOf(song_));
+        matching::Judge judge(questionOf(song_));
         for (const store::Entry& entry : others(*open_.store, song_)) {
             if (entry.id == ownId || !entry.image) continue;
             Ranked ranked = stored(entry.record, "cache", *entry.image);
-            const sources::Judgement judgement = judge.judge(ranked.candidate);
-            if (judgement.score >= sources::leastScore)
+            const matching::Judgement judgement = judge.judge(ranked.candidate);
+            if (judgement.score >= matching::leastScore)
                 add(std::move(ranked), judgement.score * otherEntryWeight,
                     "Another entry of the cache has it. " + judgement.reason);
         }
@@ -148,7 +148,7 @@ private:
 
 } // namespace
 
-sources::Question questionOf(const store::Record& song) {
+matching::Question questionOf(const store::Record& song) {
     return {.artist = song.artist, .album = song.album, .title = song.title, .sampler = song.sampler};
 }
 
@@ -158,7 +158,7 @@ std::vector<Ranked> coversAtHand(OpenStore& open, const store::Record& song) {
 
 std::vector<Ranked> albumsAtHand(OpenStore& open, const store::Record& song) {
     std::vector<Ranked> albums;
-    sources::Judge judge(questionOf(song));
+    matching::Judge judge(questionOf(song));
     for (const store::Entry& entry :
          open.store->search({song.artist, "", song.title}, maxOtherEntries).entries) {
         Ranked ranked{.candidate = {.source = "cache",
@@ -169,7 +169,7 @@ std::vector<Ranked> albumsAtHand(OpenStore& open, const store::Record& song) {
                       .alsoFrom = {}};
         if (ranked.candidate.album.empty()) continue;
         ranked.judgement = judge.judge(ranked.candidate);
-        if (ranked.judgement.score >= sources::leastScore) albums.push_back(std::move(ranked));
+        if (ranked.judgement.score >= matching::leastScore) albums.push_back(std::move(ranked));
     }
     return albums;
 }

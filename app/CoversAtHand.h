@@ -2,7 +2,7 @@
 #pragma once
 
 #include "app/OpenStore.h"
-#include "sources/RankedList.h"
+#include "matching/RankedList.h"
 #include "store/CoverStore.h"
 
 #include <vector>
@@ -15,12 +15,12 @@ namespace app {
  * is in no store yet is offered to it.
  * @throws util::Exception when the store fails; a file that can't be read has no picture
  */
-[[nodiscard]] std::vector<sources::Ranked> coversAtHand(OpenStore& open, const store::Record& song);
+[[nodiscard]] std::vector<matching::Ranked> coversAtHand(OpenStore& open, const store::Record& song);
 
 /** Albums of the store's entries that the song may come from. @throws util::Exception */
-[[nodiscard]] std::vector<sources::Ranked> albumsAtHand(OpenStore& open, const store::Record& song);
+[[nodiscard]] std::vector<matching::Ranked> albumsAtHand(OpenStore& open, const store::Record& song);
 
 /** What is sought for a song. */
-[[nodiscard]] sources::Question questionOf(const store::Record& song);
+[[nodiscard]] matching::Question questionOf(const store::Record& song);
 
 } // namespace app

@@ -103,7 +103,7 @@ void appendReports(std::string& document, const std::vector<sources::SourceRepor
 }
 
 /** What a suggestion and an album's name have in common. */
-void appendRanked(std::string& document, const sources::Ranked& ranked) {
+void appendRanked(std::string& document, const matching::Ranked& ranked) {
     appendText(document, "Source", ranked.candidate.source);
     for (const std::string& source : ranked.alsoFrom)
         appendText(document, "Source", source);
@@ -114,8 +114,8 @@ void appendRanked(std::string& document, const sources::Ranked& ranked) {
     appendKnown(document, "Page", ranked.candidate.page);
 }
 
-void appendSuggestion(std::string& document, const sources::Ranked& ranked) {
-    const sources::Candidate& candidate = ranked.candidate;
+void appendSuggestion(std::string& document, const matching::Ranked& ranked) {
+    const matching::Candidate& candidate = ranked.candidate;
     fmt::format_to(std::back_inserter(document), "  <Suggestion score=\"{:.3f}\">\n", ranked.judgement.score);
     appendText(document, "Artist", candidate.artist);
     appendText(document, "Album", candidate.album);
@@ -170,7 +170,7 @@ std::string coverartDocument(const store::Record& song, const SongLookup& covers
     std::string document(declaration);
     document += "<CoverartInformation>\n";
     appendSongElement(document, song);
-    for (const sources::Ranked& ranked : covers.found)
+    for (const matching::Ranked& ranked : covers.found)
         appendSuggestion(document, ranked);
     appendReports(document, covers.reports);
     return document += "</CoverartInformation>\n";
@@ -180,7 +180,7 @@ std::string albumNamesDocument(const store::Record& song, const SongLookup& albu
     std::string document(declaration);
     document += "<AlbumNames>\n";
     appendSongElement(document, song);
-    for (const sources::Ranked& ranked : albums.found) {
+    for (const matching::Ranked& ranked : albums.found) {
         fmt::format_to(std::back_inserter(document), "  <Album score=\"{:.3f}\">\n", ranked.judgement.score);
         appendText(document, "Name", ranked.candidate.album);
         appendText(document, "Artist", ranked.candidate.artist);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "store/CoverStore.h"
 #include "image/ImageHeader.h"
+#include "store/CoverStore.h"
 
 #include <cstdint>
 #include <memory>

@@ -7,12 +7,12 @@
 #include "app/OpenStore.h"
 #include "app/SongLookup.h"
 #include "app/SongRecord.h"
+#include "image/ImageContent.h"
 #include "tags/FolderImage.h"
 #include "tags/FrontCover.h"
 #include "tags/MusicFolder.h"
 #include "text/StopWords.h"
 #include "util/Exception.h"
-#include "image/ImageContent.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
@@ -126,7 +126,7 @@ void SongInfo::setImage(const void* data, unsigned int length) {
     const image::ImageLimits limits =
         app::openStore() == nullptr ? image::ImageLimits{} : app::openStore()->parameters.imageLimits();
     image = image::ImageContent::decode(std::span(static_cast<const std::byte*>(data), length), limits,
-                                       image::AcceptedTypes::JpegAndPng);
+                                        image::AcceptedTypes::JpegAndPng);
 }
 
 void SongInfo::setImage(util::Image newImage) { image = newImage; }

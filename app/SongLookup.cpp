@@ -40,17 +40,17 @@ sources::ParameterReader reader(Parameters& parameters) {
     };
 }
 
-sources::LookupResult ask(sources::Judge& judge, std::string_view names, bool pictures) {
+sources::LookupResult ask(matching::Judge& judge, std::string_view names, bool pictures) {
     Parameters& parameters = open().parameters;
     sources::Sources sources = sources::sourcesOf(names, reader(parameters));
     if (!pictures) sources.pictures.clear();
     return sources::lookUp(*open().store, sources, judge, settings(parameters));
 }
 
-SongLookup covers(const store::Record& song, std::string_view names, std::vector<sources::Ranked> atHand) {
-    sources::Judge judge(questionOf(song));
+SongLookup covers(const store::Record& song, std::string_view names, std::vector<matching::Ranked> atHand) {
+    matching::Judge judge(questionOf(song));
     sources::LookupResult result = ask(judge, names, true);
-    return {.found = sources::rankedPictures(judge, std::move(result.candidates), std::move(atHand)),
+    return {.found = matching::rankedPictures(judge, std::move(result.candidates), std::move(atHand)),
             .reports = std::move(result.reports)};
 }
 
@@ -61,11 +61,11 @@ store::Record withoutAlbum(store::Record song) {
 }
 
 /** Without a title, any album of the artist would fit. */
-SongLookup albums(const store::Record& song, std::string_view names, std::vector<sources::Ranked> atHand) {
+SongLookup albums(const store::Record& song, std::string_view names, std::vector<matching::Ranked> atHand) {
     if (song.title.empty()) return {};
-    sources::Judge judge(questionOf(song));
+    matching::Judge judge(questionOf(song));
     sources::LookupResult result = ask(judge, names, false);
-    return {.found = sources::rankedAlbums(judge, std::move(result.candidates), std::move(atHand)),
+    return {.found = matching::rankedAlbums(judge, std::move(result.candidates), std::move(atHand)),
             .reports = std::move(result.reports)};
 }
 

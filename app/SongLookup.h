@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "matching/RankedList.h"
 #include "sources/Lookup.h"
-#include "sources/RankedList.h"
 #include "store/CoverStore.h"
 
 #include <string>
@@ -13,7 +13,7 @@ namespace app {
 
 /** What was found for a song, the best first, and what became of the web sources. */
 struct SongLookup {
-    std::vector<sources::Ranked> found;
+    std::vector<matching::Ranked> found;
     std::vector<sources::SourceReport> reports;
 };
 

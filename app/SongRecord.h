@@ -2,9 +2,9 @@
 #pragma once
 
 #include "app/SongInfo.h"
-#include "store/CoverStore.h"
 #include "image/ImageContent.h"
 #include "image/ImageHeader.h"
+#include "store/CoverStore.h"
 
 #include <span>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/StoredCover.h"
 
-#include "util/Exception.h"
 #include "image/ImageContent.h"
+#include "util/Exception.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>

@@ -2,9 +2,9 @@
 #include "image/Image.h"
 
 #include "image/CarryingImage.h"
+#include "image/ImageContent.h"
 #include "util/Exception.h"
 #include "util/File.h"
-#include "image/ImageContent.h"
 #include "util/Log.h"
 
 #include <strings.h>
@@ -102,8 +102,8 @@ bool Image::load(const char* path) {
     if (path == nullptr) return false;
     return succeeds(std::string("Reading ").append(path), [&] {
         const image::ImageLimits limits;
-        Image loaded =
-            image::ImageContent::decode(readFile(path, limits.maxBytes).bytes(), limits, image::AcceptedTypes::All);
+        Image loaded = image::ImageContent::decode(readFile(path, limits.maxBytes).bytes(), limits,
+                                                   image::AcceptedTypes::All);
         std::swap(gdImage, loaded.gdImage);
     });
 }

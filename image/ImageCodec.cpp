@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "image/ImageCodec.h"
 
-#include "util/Exception.h"
 #include "image/PngChunks.h"
+#include "util/Exception.h"
 
 #include <algorithm>
 #include <cstdarg>

@@ -18,14 +18,15 @@ constexpr ImageLimits noLimits{std::numeric_limits<std::size_t>::max(),
 } // namespace
 
 util::Image ImageContent::decode(std::span<const std::byte> received, const ImageLimits& limits,
-                           AcceptedTypes accepted) {
+                                 AcceptedTypes accepted) {
     const ImageHeader header = readImageHeader(received, limits);
     const bool upload = header.type == ImageType::Jpeg || header.type == ImageType::Png;
     if (accepted == AcceptedTypes::JpegAndPng && !upload)
         throw util::Exception("Only JPEG and PNG images are accepted.");
     Pixels pixels = decodePixels(received, header);
     util::Image image;
-    image.gdImage = carry(std::move(pixels), {header, std::make_shared<const util::Buffer>(received)}).release();
+    image.gdImage =
+        carry(std::move(pixels), {header, std::make_shared<const util::Buffer>(received)}).release();
     return image;
 }
 

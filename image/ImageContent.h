@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "util/Buffer.h"
 #include "image/Image.h"
 #include "image/ImageHeader.h"
+#include "util/Buffer.h"
 
 #include <memory>
 #include <span>
@@ -27,7 +27,7 @@ public:
      * @throws util::Exception when it is refused or can't be decoded
      */
     static util::Image decode(std::span<const std::byte> received, const ImageLimits& limits,
-                        AcceptedTypes accepted);
+                              AcceptedTypes accepted);
 
     /**
      * An image that is handed out as exactly these PNG bytes, decoded only when pixels are asked for.

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "image/ImageHeader.h"
 
+#include "image/PngChunks.h"
 #include "util/ByteReader.h"
 #include "util/Exception.h"
-#include "image/PngChunks.h"
 
 #include <algorithm>
 #include <cstring>
@@ -30,7 +30,7 @@ void setSize(ImageHeader& header, const util::ByteReader& in, std::uint32_t widt
     const std::uint64_t maxPixels = std::min(limits.maxPixels, decodablePixels);
     if (pixels > maxPixels) {
         throw util::Exception("The image has " + std::to_string(pixels) + " pixels; at most " +
-                        std::to_string(maxPixels) + " are accepted.");
+                              std::to_string(maxPixels) + " are accepted.");
     }
     header.widthPixels = static_cast<int>(width);
     header.heightPixels = static_cast<int>(height);

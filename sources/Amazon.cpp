@@ -30,7 +30,7 @@ std::string unscaled(std::string address) {
     return address.erase(begin, end + 1 - begin);
 }
 
-void addPicture(const xml::Element& item, Candidate& candidate) {
+void addPicture(const xml::Element& item, matching::Candidate& candidate) {
     const xml::Element large = item.child("LargeImage");
     const int width = pixels(large.child("Width"));
     const int height = pixels(large.child("Height"));
@@ -55,13 +55,13 @@ std::string artistOf(const xml::Element& attributes) {
     return artist;
 }
 
-Candidate candidateFrom(const xml::Element& item) {
+matching::Candidate candidateFrom(const xml::Element& item) {
     const xml::Element attributes = item.child("ItemAttributes");
-    Candidate candidate{.artist = artistOf(attributes),
-                        .album = nameFrom(attributes.child("Title").text()),
-                        .date = dateFrom(attributes.child("ReleaseDate").text()),
-                        .releaseId = nameFrom(item.child("ASIN").text()),
-                        .page = webAddressFrom(item.child("DetailPageURL").text())};
+    matching::Candidate candidate{.artist = artistOf(attributes),
+                                  .album = nameFrom(attributes.child("Title").text()),
+                                  .date = dateFrom(attributes.child("ReleaseDate").text()),
+                                  .releaseId = nameFrom(item.child("ASIN").text()),
+                                  .page = webAddressFrom(item.child("DetailPageURL").text())};
     addPicture(item, candidate);
     settleSampler(candidate);
     return candidate;
@@ -95,14 +95,14 @@ public:
 
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 1s, .burst = 1}; }
 
-    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+    [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         std::vector<Request> requests;
         for (const Names& names : albumNames(question))
             requests.push_back(amazonSearch(access_, names, 1, std::chrono::system_clock::now()));
         return requests;
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         if (answer.status != 200) failAsDocumented(answer);
         needSuccess(answer);
         const xml::XmlDoc document = xml::parse(answer.body);

@@ -12,14 +12,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-Candidate candidateFrom(const json::Value& album) {
-    Candidate candidate{.artist = json::name(album, "strArtist"),
-                        .album = json::name(album, "strAlbum"),
-                        .kind = kindNamed(json::text(album, "strReleaseFormat")),
-                        .date = dateFrom(json::digits(album, "intYearReleased")),
-                        .releaseId = json::digits(album, "idAlbum"),
-                        .groupId = mbidFrom(json::text(album, "strMusicBrainzID")),
-                        .pictureUrl = json::webAddress(album, "strAlbumThumbHQ")};
+matching::Candidate candidateFrom(const json::Value& album) {
+    matching::Candidate candidate{.artist = json::name(album, "strArtist"),
+                                  .album = json::name(album, "strAlbum"),
+                                  .kind = kindNamed(json::text(album, "strReleaseFormat")),
+                                  .date = dateFrom(json::digits(album, "intYearReleased")),
+                                  .releaseId = json::digits(album, "idAlbum"),
+                                  .groupId = mbidFrom(json::text(album, "strMusicBrainzID")),
+                                  .pictureUrl = json::webAddress(album, "strAlbumThumbHQ")};
     const std::string thumb = json::webAddress(album, "strAlbumThumb");
     if (candidate.pictureUrl.empty()) candidate.pictureUrl = thumb;
     if (!thumb.empty()) candidate.thumbnailUrl = thumb + "/small";
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 3s, .burst = 10}; }
 
     /** It wants both the artist and the album. */
-    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+    [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         std::vector<Request> requests;
         for (const Names& names : albumNames(question)) {
             const std::string artist = question.sampler ? std::string(variousArtists) : names.artist;
@@ -49,7 +49,7 @@ public:
         return requests;
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         needSuccess(answer);
         const json::Value reply = json::parse(answer.body);
         const json::Value& albums = json::member(reply, "album");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Conversation.h"
 
+#include "sources/KeptCandidates.h"
 #include "util/Log.h"
 
 #include <fmt/format.h>
@@ -85,7 +86,7 @@ bool Conversation::isKept(const Service& service, const Request& request) {
 }
 
 /** What another version of this program has kept doesn't count. */
-std::optional<std::vector<Candidate>>
+std::optional<std::vector<matching::Candidate>>
 Conversation::keptCandidates(const Service& service, const Request& request, store::Clock::time_point now) {
     const auto kept = store_.keptAnswer(keyOf(service, request), now);
     if (!kept) return std::nullopt;
@@ -149,7 +150,7 @@ void Conversation::note(const Errand& errand, const Answer& answer, const std::o
     }
 }
 
-void Conversation::keep(const Errand& errand, const std::vector<Candidate>& candidates) {
+void Conversation::keep(const Errand& errand, const std::vector<matching::Candidate>& candidates) {
     const auto age = candidates.empty() ? std::min(emptyAnswerAge, settings_.answerAge) : settings_.answerAge;
     store_.keepAnswer(keyOf(errand.service, errand.request), toText(candidates), store::Clock::now() + age);
 }

@@ -23,7 +23,7 @@ namespace sources {
 class Conversation {
 public:
     struct Answer {
-        std::vector<Candidate> candidates;
+        std::vector<matching::Candidate> candidates;
         bool kept = false;   // nothing went out
         std::string failure; // a sentence; empty where it was answered
     };
@@ -44,12 +44,12 @@ public:
 private:
     struct Errand;
 
-    std::optional<std::vector<Candidate>> keptCandidates(const Service& service, const Request& request,
-                                                         store::Clock::time_point now);
+    std::optional<std::vector<matching::Candidate>>
+    keptCandidates(const Service& service, const Request& request, store::Clock::time_point now);
     [[nodiscard]] bool send(const std::shared_ptr<Errand>& errand, store::Clock::time_point begin);
     void receive(const std::shared_ptr<Errand>& errand, const net::HttpOutcome& outcome);
     bool askAgain(const std::shared_ptr<Errand>& errand, const Busy& busy);
-    void keep(const Errand& errand, const std::vector<Candidate>& candidates);
+    void keep(const Errand& errand, const std::vector<matching::Candidate>& candidates);
     void note(const Errand& errand, const Answer& answer, const std::optional<Busy>& busy);
     void forgive(const Service& service);
     void noteFailure(const Service& service, const Busy& busy);

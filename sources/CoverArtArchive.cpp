@@ -62,12 +62,12 @@ public:
 
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 500ms, .burst = 10}; }
 
-    [[nodiscard]] std::optional<Request> request(const Candidate& album) const override {
+    [[nodiscard]] std::optional<Request> request(const matching::Candidate& album) const override {
         if (!isMbid(album.groupId)) return std::nullopt;
         return Request{.url = url_ + "/release-group/" + album.groupId};
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         if (answer.status == 404) return {}; // there is no cover
         needSuccess(answer);
         const json::Value index = json::parse(answer.body);
@@ -76,9 +76,9 @@ public:
         const json::Value* const front = frontOf(json::elements(images));
         if (front == nullptr) return {};
         const json::Value& thumbnails = json::member(*front, "thumbnails");
-        Candidate candidate{.source = std::string(name()),
-                            .pictureUrl = addressIn(thumbnails, "1200"),
-                            .thumbnailUrl = addressIn(thumbnails, "250")};
+        matching::Candidate candidate{.source = std::string(name()),
+                                      .pictureUrl = addressIn(thumbnails, "1200"),
+                                      .thumbnailUrl = addressIn(thumbnails, "250")};
         if (candidate.pictureUrl.empty()) candidate.pictureUrl = addressIn(*front, "image");
         if (candidate.thumbnailUrl.empty()) candidate.thumbnailUrl = addressIn(thumbnails, "small");
         return {candidate};

@@ -18,7 +18,7 @@ std::string coverIn(const json::Value& album, std::string_view name) {
     return address.find("/images/cover//") == std::string::npos ? address : std::string();
 }
 
-void addCover(const json::Value& album, Candidate& candidate) {
+void addCover(const json::Value& album, matching::Candidate& candidate) {
     candidate.thumbnailUrl = coverIn(album, "cover_medium");
     candidate.pictureUrl = coverIn(album, "cover_xl");
     int side = 1000;
@@ -30,16 +30,16 @@ void addCover(const json::Value& album, Candidate& candidate) {
 }
 
 /** @param hit an album, or a track with its album in it */
-Candidate candidateFrom(const json::Value& hit) {
+matching::Candidate candidateFrom(const json::Value& hit) {
     const json::Value& itsAlbum = json::member(hit, "album");
     const bool isTrack = itsAlbum.is_object();
     const json::Value& album = isTrack ? itsAlbum : hit;
-    Candidate candidate{.artist = json::name(json::member(hit, "artist"), "name"),
-                        .album = json::name(album, "title"),
-                        .kind = kindNamed(json::text(album, "record_type")),
-                        .date = dateFrom(json::text(album, "release_date")),
-                        .releaseId = json::digits(album, "id"),
-                        .page = json::webAddress(album, "link")};
+    matching::Candidate candidate{.artist = json::name(json::member(hit, "artist"), "name"),
+                                  .album = json::name(album, "title"),
+                                  .kind = kindNamed(json::text(album, "record_type")),
+                                  .date = dateFrom(json::text(album, "release_date")),
+                                  .releaseId = json::digits(album, "id"),
+                                  .page = json::webAddress(album, "link")};
     if (isTrack) {
         candidate.title = json::name(hit, "title");
         candidate.trackArtist = candidate.artist;
@@ -66,7 +66,7 @@ public:
     /** It allows 50 in any 5 seconds. */
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 200ms, .burst = 25}; }
 
-    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+    [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         const std::vector<Names> albums = albumNames(question);
         std::vector<Request> requests;
         for (const Names& names : albums.empty() ? titleNames(question) : albums)
@@ -75,7 +75,7 @@ public:
         return requests;
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         needSuccess(answer);
         const json::Value reply = json::parse(answer.body);
         const json::Value& error = json::member(reply, "error");

@@ -34,30 +34,31 @@ std::string pictureIn(const json::Value& hit, std::string_view name) {
 }
 
 /** @param formats what it comes on, and as what: "CD", "Album", "Promo" */
-void addFormats(const json::Value& formats, Candidate& candidate) {
-    std::vector<ReleaseKind> kinds;
+void addFormats(const json::Value& formats, matching::Candidate& candidate) {
+    std::vector<matching::ReleaseKind> kinds;
     for (const json::Value& format : json::elements(formats)) {
         const auto* const word = format.get_ptr<const std::string*>();
         if (word == nullptr) continue;
-        if (*word == "Promo") candidate.status = ReleaseStatus::Promotion;
-        if (*word == "Unofficial Release") candidate.status = ReleaseStatus::Bootleg;
-        const ReleaseKind kind = kindNamed(*word);
-        if (kind != ReleaseKind::Other) kinds.push_back(kind);
+        if (*word == "Promo") candidate.status = matching::ReleaseStatus::Promotion;
+        if (*word == "Unofficial Release") candidate.status = matching::ReleaseStatus::Bootleg;
+        const matching::ReleaseKind kind = kindNamed(*word);
+        if (kind != matching::ReleaseKind::Other) kinds.push_back(kind);
     }
     candidate.kind = tellingKind(kinds);
 }
 
-Candidate candidateFrom(const json::Value& hit) {
+matching::Candidate candidateFrom(const json::Value& hit) {
     constexpr std::string_view separator = " - ";
     const std::string_view title = json::text(hit, "title");
     const auto separated = title.find(separator);
     const bool hasArtist = separated != std::string_view::npos;
-    Candidate candidate{.artist = hasArtist ? artistFrom(title.substr(0, separated)) : "",
-                        .album = nameFrom(hasArtist ? title.substr(separated + separator.size()) : title),
-                        .date = dateFrom(json::digits(hit, "year")),
-                        .releaseId = json::digits(hit, "id"),
-                        .pictureUrl = pictureIn(hit, "cover_image"),
-                        .thumbnailUrl = pictureIn(hit, "thumb")};
+    matching::Candidate candidate{
+        .artist = hasArtist ? artistFrom(title.substr(0, separated)) : "",
+        .album = nameFrom(hasArtist ? title.substr(separated + separator.size()) : title),
+        .date = dateFrom(json::digits(hit, "year")),
+        .releaseId = json::digits(hit, "id"),
+        .pictureUrl = pictureIn(hit, "cover_image"),
+        .thumbnailUrl = pictureIn(hit, "thumb")};
     if (!candidate.releaseId.empty() && json::text(hit, "type") == "release")
         candidate.page = "https://www.discogs.com/release/" + candidate.releaseId;
     addFormats(json::member(hit, "format"), candidate);
@@ -74,7 +75,7 @@ public:
     /** It allows 60 in any minute. */
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 1500ms, .burst = 20}; }
 
-    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+    [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         std::vector<Request> requests;
         for (const Names& names : albumNames(question)) {
             const std::string artist =
@@ -86,7 +87,7 @@ public:
         return requests;
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         needSuccess(answer);
         const json::Value reply = json::parse(answer.body);
         const json::Value& hits = json::member(reply, "results");

@@ -36,21 +36,21 @@ public:
 
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 500ms, .burst = 5}; }
 
-    [[nodiscard]] std::optional<Request> request(const Candidate& album) const override {
+    [[nodiscard]] std::optional<Request> request(const matching::Candidate& album) const override {
         if (!isMbid(album.groupId)) return std::nullopt;
         // In a header it would follow a redirect to wherever that leads.
         return Request{.url = url_ + "/v3/music/albums/" + album.groupId,
                        .secretQuery = "?api_key=" + net::urlEncoded(key_)};
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         if (answer.status == 404) return {}; // there is no picture
         needSuccess(answer);
         const json::Value reply = json::parse(answer.body);
         const json::Value& albums = json::member(reply, "albums");
         if (!albums.is_structured()) throw unexpectedAnswer();
         const json::Value* const album = onlyAlbum(albums);
-        std::vector<Candidate> candidates;
+        std::vector<matching::Candidate> candidates;
         if (album == nullptr) return candidates;
         for (const json::Value& cover : json::elements(json::member(*album, "albumcover"))) {
             if (!mayGrow(candidates)) break;

@@ -61,37 +61,41 @@ bool isMbid(std::string_view text) noexcept { return hasForm(text, "xxxxxxxx-xxx
 
 std::string mbidFrom(std::string_view text) { return isMbid(text) ? std::string(text) : std::string(); }
 
-ReleaseKind kindNamed(std::string_view word) {
-    using Named = std::pair<std::string_view, ReleaseKind>;
-    static constexpr std::array<Named, 11> kinds{{{"", ReleaseKind::Unknown},
-                                                  {"album", ReleaseKind::Album},
-                                                  {"mini album", ReleaseKind::Album},
-                                                  {"single", ReleaseKind::Single},
-                                                  {"maxi single", ReleaseKind::Single},
-                                                  {"ep", ReleaseKind::Single},
-                                                  {"live", ReleaseKind::Live},
-                                                  {"live album", ReleaseKind::Live},
-                                                  {"soundtrack", ReleaseKind::Soundtrack},
-                                                  {"compilation", ReleaseKind::Compilation},
-                                                  {"compile", ReleaseKind::Compilation}}};
+matching::ReleaseKind kindNamed(std::string_view word) {
+    using Named = std::pair<std::string_view, matching::ReleaseKind>;
+    static constexpr std::array<Named, 11> kinds{{{"", matching::ReleaseKind::Unknown},
+                                                  {"album", matching::ReleaseKind::Album},
+                                                  {"mini album", matching::ReleaseKind::Album},
+                                                  {"single", matching::ReleaseKind::Single},
+                                                  {"maxi single", matching::ReleaseKind::Single},
+                                                  {"ep", matching::ReleaseKind::Single},
+                                                  {"live", matching::ReleaseKind::Live},
+                                                  {"live album", matching::ReleaseKind::Live},
+                                                  {"soundtrack", matching::ReleaseKind::Soundtrack},
+                                                  {"compilation", matching::ReleaseKind::Compilation},
+                                                  {"compile", matching::ReleaseKind::Compilation}}};
     const auto* const found = std::ranges::find(kinds, text::folded(nameFrom(word)), &Named::first);
-    return found == kinds.end() ? ReleaseKind::Other : found->second;
+    return found == kinds.end() ? matching::ReleaseKind::Other : found->second;
 }
 
-ReleaseKind tellingKind(const std::vector<ReleaseKind>& kinds) noexcept {
-    for (const ReleaseKind kind : {ReleaseKind::Compilation, ReleaseKind::Soundtrack, ReleaseKind::Live,
-                                   ReleaseKind::Other, ReleaseKind::Single, ReleaseKind::Album})
+matching::ReleaseKind tellingKind(const std::vector<matching::ReleaseKind>& kinds) noexcept {
+    for (const matching::ReleaseKind kind :
+         {matching::ReleaseKind::Compilation, matching::ReleaseKind::Soundtrack, matching::ReleaseKind::Live,
+          matching::ReleaseKind::Other, matching::ReleaseKind::Single, matching::ReleaseKind::Album})
         if (std::ranges::find(kinds, kind) != kinds.end()) return kind;
-    return ReleaseKind::Unknown;
+    return matching::ReleaseKind::Unknown;
 }
 
-void settleSampler(Candidate& candidate) {
+void settleSampler(matching::Candidate& candidate) {
     if (candidate.artist == "Various") candidate.artist = variousArtists;
-    const bool open = candidate.kind == ReleaseKind::Unknown || candidate.kind == ReleaseKind::Album;
-    if (candidate.artist == variousArtists && open) candidate.kind = ReleaseKind::Compilation;
+    const bool open =
+        candidate.kind == matching::ReleaseKind::Unknown || candidate.kind == matching::ReleaseKind::Album;
+    if (candidate.artist == variousArtists && open) candidate.kind = matching::ReleaseKind::Compilation;
 }
 
-bool mayGrow(const std::vector<Candidate>& candidates) noexcept { return candidates.size() < maxCandidates; }
+bool mayGrow(const std::vector<matching::Candidate>& candidates) noexcept {
+    return candidates.size() < maxCandidates;
+}
 
 util::Exception unexpectedAnswer() {
     return util::Exception("The answer has another form than the service documents.");

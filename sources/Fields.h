@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "sources/Candidate.h"
+#include "matching/Candidate.h"
 #include "util/Exception.h"
 
 #include <cstddef>
@@ -41,26 +41,26 @@ inline constexpr std::string_view variousArtists = "Various Artists";
 [[nodiscard]] std::string mbidFrom(std::string_view text);
 
 /** A kind as services write it, in any case: "EP", "Soundtrack". Other for words that aren't known. */
-[[nodiscard]] ReleaseKind kindNamed(std::string_view word);
+[[nodiscard]] matching::ReleaseKind kindNamed(std::string_view word);
 
 /** Of all kinds that are said of an album the one that tells most: a live single is Live. */
-[[nodiscard]] ReleaseKind tellingKind(const std::vector<ReleaseKind>& kinds) noexcept;
+[[nodiscard]] matching::ReleaseKind tellingKind(const std::vector<matching::ReleaseKind>& kinds) noexcept;
 
 /** Makes "Various" the name that the others use, and what is by various artists a compilation, unless it is
  * said what it is. */
-void settleSampler(Candidate& candidate);
+void settleSampler(matching::Candidate& candidate);
 
 /** Whether there is room for one more. */
-[[nodiscard]] bool mayGrow(const std::vector<Candidate>& candidates) noexcept;
+[[nodiscard]] bool mayGrow(const std::vector<matching::Candidate>& candidates) noexcept;
 
 /** What `candidateFrom` makes of each of `elements`, but for those without an album's name. */
 template <typename Elements, typename Make>
-[[nodiscard]] std::vector<Candidate> candidatesOf(std::string_view source, const Elements& elements,
-                                                  Make candidateFrom) {
-    std::vector<Candidate> candidates;
+[[nodiscard]] std::vector<matching::Candidate> candidatesOf(std::string_view source, const Elements& elements,
+                                                            Make candidateFrom) {
+    std::vector<matching::Candidate> candidates;
     for (const auto& element : elements) {
         if (!mayGrow(candidates)) break;
-        Candidate candidate = candidateFrom(element);
+        matching::Candidate candidate = candidateFrom(element);
         candidate.source = source;
         if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
     }

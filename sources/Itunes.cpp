@@ -31,26 +31,26 @@ std::string withSide(const std::string& address, std::string_view side) {
 }
 
 /** Singles say so in their names. */
-void settleKind(Candidate& candidate) {
-    candidate.kind = ReleaseKind::Album;
+void settleKind(matching::Candidate& candidate) {
+    candidate.kind = matching::ReleaseKind::Album;
     for (const std::string_view ending : {" - Single", " - EP"}) {
         if (!candidate.album.ends_with(ending)) continue;
         candidate.album.resize(candidate.album.size() - ending.size());
-        candidate.kind = ReleaseKind::Single;
+        candidate.kind = matching::ReleaseKind::Single;
         return;
     }
 }
 
-Candidate candidateFrom(const json::Value& hit) {
+matching::Candidate candidateFrom(const json::Value& hit) {
     const std::string artwork = json::webAddress(hit, "artworkUrl100");
-    Candidate candidate{.artist = json::name(hit, "collectionArtistName"),
-                        .album = json::name(hit, "collectionName"),
-                        .title = json::name(hit, "trackName"),
-                        .date = dateFrom(json::text(hit, "releaseDate")),
-                        .releaseId = json::digits(hit, "collectionId"),
-                        .page = json::webAddress(hit, "collectionViewUrl"),
-                        .pictureUrl = withSide(artwork, "1200"),
-                        .thumbnailUrl = withSide(artwork, "250")};
+    matching::Candidate candidate{.artist = json::name(hit, "collectionArtistName"),
+                                  .album = json::name(hit, "collectionName"),
+                                  .title = json::name(hit, "trackName"),
+                                  .date = dateFrom(json::text(hit, "releaseDate")),
+                                  .releaseId = json::digits(hit, "collectionId"),
+                                  .page = json::webAddress(hit, "collectionViewUrl"),
+                                  .pictureUrl = withSide(artwork, "1200"),
+                                  .thumbnailUrl = withSide(artwork, "250")};
     const std::string artist = json::name(hit, "artistName");
     if (candidate.artist.empty()) candidate.artist = artist; // it is only said where it differs
     if (!candidate.title.empty()) candidate.trackArtist = artist;
@@ -67,7 +67,7 @@ public:
 
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 4s, .burst = 5}; }
 
-    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+    [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         const std::vector<Names> albums = albumNames(question);
         std::vector<Request> requests;
         for (const Names& names : albums.empty() ? titleNames(question) : albums)
@@ -77,7 +77,7 @@ public:
         return requests;
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         if (answer.status == 403) throw Busy("The service was asked too often.", answer.retryAfter);
         needSuccess(answer);
         const json::Value reply = json::parse(answer.body);

@@ -32,7 +32,7 @@ std::string uploaded(std::string address) {
 }
 
 /** @param images small ones first */
-void addPicture(const json::Value& images, Candidate& candidate) {
+void addPicture(const json::Value& images, matching::Candidate& candidate) {
     for (const json::Value& image : json::elements(images)) {
         const std::string address = json::webAddress(image, "#text");
         if (address.empty() || isPlaceholder(address)) continue;
@@ -43,31 +43,31 @@ void addPicture(const json::Value& images, Candidate& candidate) {
 }
 
 /** @param nameMember what the album's name is called, which differs from method to method */
-Candidate candidateFrom(const json::Value& album, std::string_view nameMember) {
-    Candidate candidate{.artist = json::name(album, "artist"),
-                        .album = json::name(album, nameMember),
-                        .releaseId = mbidFrom(json::text(album, "mbid")),
-                        .page = json::webAddress(album, "url")};
+matching::Candidate candidateFrom(const json::Value& album, std::string_view nameMember) {
+    matching::Candidate candidate{.artist = json::name(album, "artist"),
+                                  .album = json::name(album, nameMember),
+                                  .releaseId = mbidFrom(json::text(album, "mbid")),
+                                  .page = json::webAddress(album, "url")};
     addPicture(json::member(album, "image"), candidate);
     settleSampler(candidate);
     return candidate;
 }
 
-Candidate candidateFromTrack(const json::Value& track) {
-    Candidate candidate = candidateFrom(json::member(track, "album"), "title");
+matching::Candidate candidateFromTrack(const json::Value& track) {
+    matching::Candidate candidate = candidateFrom(json::member(track, "album"), "title");
     candidate.title = json::name(track, "name");
     candidate.trackArtist = json::name(json::member(track, "artist"), "name");
     return candidate;
 }
 
-std::vector<Candidate> candidatesIn(const json::Value& reply) {
+std::vector<matching::Candidate> candidatesIn(const json::Value& reply) {
     const json::Value& album = json::member(reply, "album");
     if (album.is_object()) return {candidateFrom(album, "name")};
     const json::Value& track = json::member(reply, "track");
     if (track.is_object()) return {candidateFromTrack(track)};
     const json::Value& matches = json::member(json::member(reply, "results"), "albummatches");
     if (!matches.is_object()) throw unexpectedAnswer();
-    std::vector<Candidate> candidates;
+    std::vector<matching::Candidate> candidates;
     for (const json::Value& match : json::elements(json::member(matches, "album")))
         if (mayGrow(candidates)) candidates.push_back(candidateFrom(match, "name"));
     return candidates;
@@ -92,7 +92,7 @@ public:
 
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 250ms, .burst = 2}; }
 
-    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+    [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         const std::vector<Names> albums = albumNames(question);
         std::vector<Request> requests;
         requests.reserve(albums.size());
@@ -107,15 +107,16 @@ public:
         return requests;
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         const json::Value reply = answer.status == 200 ? json::parse(answer.body)
                                                        : json::tryParse(answer.body).value_or(json::Value());
         const bool failed = !json::member(reply, "error").is_null();
         if (failed && meansNothing(json::digits(reply, "error"), answer)) return {};
         needSuccess(answer);
-        std::vector<Candidate> candidates = candidatesIn(reply);
-        std::erase_if(candidates, [](const Candidate& candidate) { return candidate.album.empty(); });
-        for (Candidate& candidate : candidates)
+        std::vector<matching::Candidate> candidates = candidatesIn(reply);
+        std::erase_if(candidates,
+                      [](const matching::Candidate& candidate) { return candidate.album.empty(); });
+        for (matching::Candidate& candidate : candidates)
             candidate.source = name();
         return candidates;
     }

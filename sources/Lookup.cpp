@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Lookup.h"
 
+#include "matching/Wanted.h"
 #include "sources/Conversation.h"
-#include "sources/Wanted.h"
 
 #include <algorithm>
 #include <deque>
@@ -23,10 +23,10 @@ constexpr double goodScore = 0.9;
 
 /** The names without what taggers put into them, then the album whoever made it: an artist is often
  * misspelled. Each only once. */
-std::vector<Request> requestsOf(const Source& source, const Question& question) {
-    const Wanted tidy = wantedBy(question);
+std::vector<Request> requestsOf(const Source& source, const matching::Question& question) {
+    const matching::Wanted tidy = matching::wantedBy(question);
     std::vector<Request> requests;
-    const auto add = [&](const Question& asked, std::size_t most) {
+    const auto add = [&](const matching::Question& asked, std::size_t most) {
         for (Request& request : source.requests(asked))
             if (requests.size() < most &&
                 std::ranges::find(requests, request.url, &Request::url) == requests.end())
@@ -41,7 +41,8 @@ std::vector<Request> requestsOf(const Source& source, const Question& question) 
 /** One look-up with all its sources. */
 class Run {
 public:
-    Run(store::CoverStore& store, const Sources& sources, Judge& judge, const LookupSettings& settings)
+    Run(store::CoverStore& store, const Sources& sources, matching::Judge& judge,
+        const LookupSettings& settings)
         : judge_(judge), conversation_(store, settings) {
         inquiries_.reserve(sources.albums.size()); // they are referred to, as the picture inquiries are
         for (const auto& source : sources.albums)
@@ -73,14 +74,14 @@ private:
         const Source& source;
         std::vector<Request> requests;
         SourceReport report;
-        std::vector<Candidate> candidates = {};
+        std::vector<matching::Candidate> candidates = {};
         std::size_t next = 0;
     };
 
     struct PictureInquiry {
         const PictureSource& source;
         SourceReport report;
-        std::vector<Candidate> candidates = {};
+        std::vector<matching::Candidate> candidates = {};
     };
 
     static void add(auto& inquiry, LookupResult& result) {
@@ -109,14 +110,16 @@ private:
 
     void take(Inquiry& inquiry, const Conversation::Answer& answer) {
         note(inquiry.report, answer);
-        std::vector<Ranked> fitting = judge_.rank(answer.candidates);
-        std::erase_if(fitting, [](const Ranked& ranked) { return ranked.judgement.score < leastScore; });
-        for (Ranked& ranked : fitting) {
+        std::vector<matching::Ranked> fitting = judge_.rank(answer.candidates);
+        std::erase_if(fitting, [](const matching::Ranked& ranked) {
+            return ranked.judgement.score < matching::leastScore;
+        });
+        for (matching::Ranked& ranked : fitting) {
             ranked.candidate.source = inquiry.source.name();
             inquiry.candidates.push_back(ranked.candidate);
             noteGood(ranked);
         }
-        for (const Candidate& album : bestAlbums(fitting))
+        for (const matching::Candidate& album : bestAlbums(fitting))
             for (PictureInquiry& pictures : pictureInquiries_)
                 askForPicture(pictures, album);
         if (fitting.empty() && answer.failure.empty()) waiting_.push_back(&inquiry);
@@ -124,25 +127,26 @@ private:
     }
 
     /** Where pictures are asked for, an album without one isn't enough. */
-    void noteGood(const Ranked& ranked) {
+    void noteGood(const matching::Ranked& ranked) {
         const bool complete = pictureInquiries_.empty() || !ranked.candidate.pictureUrl.empty();
         if (complete && ranked.judgement.score >= goodScore) foundGood_ = true;
     }
 
-    void askForPicture(PictureInquiry& inquiry, const Candidate& album) {
+    void askForPicture(PictureInquiry& inquiry, const matching::Candidate& album) {
         const auto request = inquiry.source.request(album);
         if (!request || !asked_.insert(request->url).second) return;
         conversation_.ask(
             inquiry.source, *request, [this, &inquiry, album](const Conversation::Answer& answer) {
                 note(inquiry.report, answer);
-                for (const Candidate& picture : answer.candidates) {
+                for (const matching::Candidate& picture : answer.candidates) {
                     inquiry.candidates.push_back(pictured(album, picture, inquiry.source.name()));
                     noteGood({inquiry.candidates.back(), judge_.judge(inquiry.candidates.back()), {}});
                 }
             });
     }
 
-    static Candidate pictured(Candidate album, const Candidate& picture, std::string_view source) {
+    static matching::Candidate pictured(matching::Candidate album, const matching::Candidate& picture,
+                                        std::string_view source) {
         album.source = source;
         album.pictureUrl = picture.pictureUrl;
         album.thumbnailUrl = picture.thumbnailUrl;
@@ -152,10 +156,10 @@ private:
     }
 
     /** The best ones, one of each group. */
-    static std::vector<Candidate> bestAlbums(const std::vector<Ranked>& ranked) {
-        std::vector<Candidate> best;
+    static std::vector<matching::Candidate> bestAlbums(const std::vector<matching::Ranked>& ranked) {
+        std::vector<matching::Candidate> best;
         std::set<std::string> groups;
-        for (const Ranked& one : ranked) {
+        for (const matching::Ranked& one : ranked) {
             if (best.size() == maxPicturedAlbums) break;
             if (groups.insert(one.candidate.groupId).second) best.push_back(one.candidate);
         }
@@ -178,7 +182,7 @@ private:
     std::deque<Inquiry*> waiting_; // to be asked their next request
     bool goingOn_ = false;
     bool foundGood_ = false;
-    Judge& judge_;
+    matching::Judge& judge_;
     Conversation conversation_;
     std::vector<Inquiry> inquiries_;
     std::vector<PictureInquiry> pictureInquiries_;
@@ -187,7 +191,7 @@ private:
 
 } // namespace
 
-LookupResult lookUp(store::CoverStore& store, const Sources& sources, Judge& judge,
+LookupResult lookUp(store::CoverStore& store, const Sources& sources, matching::Judge& judge,
                     const LookupSettings& settings) {
     return Run(store, sources, judge, settings).result();
 }

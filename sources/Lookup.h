@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "matching/Ranking.h"
 #include "net/HttpClient.h"
-#include "sources/Ranking.h"
 #include "sources/Source.h"
 #include "store/CoverStore.h"
 
@@ -36,8 +36,8 @@ struct SourceReport {
 };
 
 struct LookupResult {
-    std::vector<Candidate> candidates; // in the order of their sources, those that fit
-    std::vector<SourceReport> reports; // one of each source, in their order
+    std::vector<matching::Candidate> candidates; // in the order of their sources, those that fit
+    std::vector<SourceReport> reports;           // one of each source, in their order
 };
 
 /** Whom to ask, in the order in which they are named. */
@@ -52,7 +52,7 @@ struct Sources {
  * for a while.
  * @throws util::Exception when the store fails; what befalls a source stands in its report
  */
-[[nodiscard]] LookupResult lookUp(store::CoverStore& store, const Sources& sources, Judge& judge,
+[[nodiscard]] LookupResult lookUp(store::CoverStore& store, const Sources& sources, matching::Judge& judge,
                                   const LookupSettings& settings);
 
 } // namespace sources

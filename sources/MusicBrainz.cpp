@@ -34,43 +34,43 @@ std::string creditedArtist(const xml::Element& credit) {
     return artist;
 }
 
-ReleaseKind kindOf(const xml::Element& group) {
-    std::vector<ReleaseKind> secondary;
+matching::ReleaseKind kindOf(const xml::Element& group) {
+    std::vector<matching::ReleaseKind> secondary;
     for (const xml::Element& type : group.child("secondary-type-list").children("secondary-type"))
         secondary.push_back(kindNamed(type.text()));
-    const ReleaseKind kind = tellingKind(secondary);
-    return kind == ReleaseKind::Unknown ? kindNamed(group.child("primary-type").text()) : kind;
+    const matching::ReleaseKind kind = tellingKind(secondary);
+    return kind == matching::ReleaseKind::Unknown ? kindNamed(group.child("primary-type").text()) : kind;
 }
 
-ReleaseStatus statusOf(std::string_view text) noexcept {
-    if (text == "Official") return ReleaseStatus::Official;
-    if (text == "Promotion") return ReleaseStatus::Promotion;
-    if (text == "Bootleg") return ReleaseStatus::Bootleg;
-    return ReleaseStatus::Unknown;
+matching::ReleaseStatus statusOf(std::string_view text) noexcept {
+    if (text == "Official") return matching::ReleaseStatus::Official;
+    if (text == "Promotion") return matching::ReleaseStatus::Promotion;
+    if (text == "Bootleg") return matching::ReleaseStatus::Bootleg;
+    return matching::ReleaseStatus::Unknown;
 }
 
-Candidate candidateFrom(const xml::Element& release) {
+matching::Candidate candidateFrom(const xml::Element& release) {
     const xml::Element group = release.child("release-group");
-    Candidate candidate{.artist = creditedArtist(release.child("artist-credit")),
-                        .album = nameIn(release, "title"),
-                        .kind = kindOf(group),
-                        .status = statusOf(release.child("status").text()),
-                        .date = dateFrom(release.child("date").text()),
-                        .releaseId = mbidFrom(release.attribute("id")),
-                        .groupId = mbidFrom(group.attribute("id"))};
+    matching::Candidate candidate{.artist = creditedArtist(release.child("artist-credit")),
+                                  .album = nameIn(release, "title"),
+                                  .kind = kindOf(group),
+                                  .status = statusOf(release.child("status").text()),
+                                  .date = dateFrom(release.child("date").text()),
+                                  .releaseId = mbidFrom(release.attribute("id")),
+                                  .groupId = mbidFrom(group.attribute("id"))};
     if (!candidate.releaseId.empty()) candidate.page = std::string(releasePages) + candidate.releaseId;
     return candidate;
 }
 
-void addReleases(const xml::Element& list, std::vector<Candidate>& candidates) {
+void addReleases(const xml::Element& list, std::vector<matching::Candidate>& candidates) {
     for (const xml::Element& release : list.children("release")) {
         if (!mayGrow(candidates)) return;
-        Candidate candidate = candidateFrom(release);
+        matching::Candidate candidate = candidateFrom(release);
         if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
     }
 }
 
-void addRecording(const xml::Element& recording, std::vector<Candidate>& candidates) {
+void addRecording(const xml::Element& recording, std::vector<matching::Candidate>& candidates) {
     const std::size_t before = candidates.size();
     addReleases(recording.child("release-list"), candidates);
     const std::string title = nameIn(recording, "title");
@@ -102,14 +102,14 @@ public:
 
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = pause_, .burst = 1}; }
 
-    [[nodiscard]] std::vector<Request> requests(const Question& question) const override {
+    [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         std::vector<Request> requests;
         addSearches("release", 25, albumNames(question), requests);
         addSearches("recording", 100, titleNames(question), requests);
         return requests;
     }
 
-    [[nodiscard]] std::vector<Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         needSuccess(answer);
         const xml::XmlDoc document = xml::parse(answer.body);
         const xml::Element root = xml::Element::rootOf(*document);
@@ -117,11 +117,11 @@ public:
         const xml::Element recordings = root.child("recording-list");
         if (!root.is("metadata") || root.nameSpace() != documentNameSpace || (!releases && !recordings))
             throw unexpectedAnswer();
-        std::vector<Candidate> candidates;
+        std::vector<matching::Candidate> candidates;
         addReleases(releases, candidates);
         for (const xml::Element& recording : recordings.children("recording"))
             addRecording(recording, candidates);
-        for (Candidate& candidate : candidates)
+        for (matching::Candidate& candidate : candidates)
             candidate.source = name();
         return candidates;
     }

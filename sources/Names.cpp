@@ -23,11 +23,13 @@ std::vector<Names> spellings(const std::string& artist, const std::string& work)
 
 } // namespace
 
-std::vector<Names> albumNames(const Question& question) {
+std::vector<Names> albumNames(const matching::Question& question) {
     return spellings(question.sampler ? "" : question.artist, question.album);
 }
 
-std::vector<Names> titleNames(const Question& question) { return spellings(question.artist, question.title); }
+std::vector<Names> titleNames(const matching::Question& question) {
+    return spellings(question.artist, question.title);
+}
 
 std::string words(const Names& names) {
     return names.artist.empty() ? names.work : names.artist + ' ' + names.work;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "sources/Question.h"
+#include "matching/Question.h"
 
 #include <string>
 #include <vector>
@@ -18,10 +18,10 @@ struct Names {
 
 /** The album's names as they are, then without stop words where that makes a difference; none where there is
  * no album. The artist of a sampler's song says nothing about the album, and is left out. */
-[[nodiscard]] std::vector<Names> albumNames(const Question& question);
+[[nodiscard]] std::vector<Names> albumNames(const matching::Question& question);
 
 /** The same for the title, always with the artist. */
-[[nodiscard]] std::vector<Names> titleNames(const Question& question);
+[[nodiscard]] std::vector<Names> titleNames(const matching::Question& question);
 
 /** Both as plain words. */
 [[nodiscard]] std::string words(const Names& names);

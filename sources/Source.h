@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "matching/Candidate.h"
+#include "matching/Question.h"
 #include "net/HttpClient.h"
-#include "sources/Candidate.h"
-#include "sources/Question.h"
 #include "store/CoverStore.h"
 #include "util/Exception.h"
 
@@ -63,7 +63,7 @@ public:
      * @throws Busy when the service wants to be left alone
      * @throws util::Exception when it failed, or this is not what it answers
      */
-    [[nodiscard]] virtual std::vector<Candidate> parse(const net::HttpAnswer& answer) const = 0;
+    [[nodiscard]] virtual std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const = 0;
 };
 
 /** A service that finds albums. */
@@ -71,7 +71,7 @@ class Source : public Service {
 public:
     /** What to ask, the best first: each of them only when those before it found nothing that fits. None
      * where it can't be asked about such a song. */
-    [[nodiscard]] virtual std::vector<Request> requests(const Question& question) const = 0;
+    [[nodiscard]] virtual std::vector<Request> requests(const matching::Question& question) const = 0;
 };
 
 /** A service that knows pictures of albums that others found. Its candidates have nothing but what belongs to
@@ -79,7 +79,7 @@ public:
 class PictureSource : public Service {
 public:
     /** Nothing where it can't know this album. */
-    [[nodiscard]] virtual std::optional<Request> request(const Candidate& album) const = 0;
+    [[nodiscard]] virtual std::optional<Request> request(const matching::Candidate& album) const = 0;
 };
 
 /** Hands out the value of a parameter: a base URL without a "/" at its end, a key ... */

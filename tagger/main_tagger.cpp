@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "tagger/Tagger.h"
 #include "tagger/Protocol.h"
+#include "tagger/Tagger.h"
 #include "tags/PictureLimits.h"
 #include "util/Buffer.h"
 #include "util/Exception.h"
@@ -28,8 +28,8 @@ namespace {
 
 int main(int count, char** arguments) {
     return tagger::runTagger(count, arguments,
-                           [&](std::span<const std::byte> received, const tags::PictureLimits& limits) {
-                               if (!tags::fits(received, limits)) giveWay(arguments);
-                               return util::Buffer(received);
-                           });
+                             [&](std::span<const std::byte> received, const tags::PictureLimits& limits) {
+                                 if (!tags::fits(received, limits)) giveWay(arguments);
+                                 return util::Buffer(received);
+                             });
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tags/FittingPicture.h"
 
-#include "util/Exception.h"
 #include "image/ImageCodec.h"
+#include "util/Exception.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "util/Buffer.h"
 #include "image/ImageContent.h"
+#include "util/Buffer.h"
 
 #include <cstddef>
 #include <filesystem>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tags/FrontCover.h"
 
+#include "image/ImageHeader.h"
 #include "tags/Bytes.h"
 #include "tags/Container.h"
 #include "util/Exception.h"
-#include "image/ImageHeader.h"
 
 #include <fmt/format.h>
 

@@ -19,8 +19,8 @@ struct PictureLimits {
 
 /** Nothing is refused as a picture for a song that was accepted when it came in. */
 inline constexpr image::ImageLimits whateverWasAccepted{.maxBytes = std::numeric_limits<std::size_t>::max(),
-                                                       .maxPixels =
-                                                           std::numeric_limits<std::uint64_t>::max()};
+                                                        .maxPixels =
+                                                            std::numeric_limits<std::uint64_t>::max()};
 
 /** Whether a picture can stay as it was received. @throws util::Exception when it is none */
 [[nodiscard]] bool fits(std::span<const std::byte> received, const PictureLimits& limits);

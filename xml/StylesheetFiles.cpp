@@ -87,7 +87,8 @@ XmlDoc StylesheetFiles::parse(const fs::path& path, const char* uri, xmlDictPtr 
     if (filesLeft_ == 0) throw util::Exception("The stylesheet reads too many files.");
     --filesLeft_;
     const util::Buffer content = util::readFile(path.c_str(), maxFileBytes);
-    if (content.size() > bytesLeft_) throw util::Exception("The files that the stylesheet reads are too large.");
+    if (content.size() > bytesLeft_)
+        throw util::Exception("The files that the stylesheet reads are too large.");
     bytesLeft_ -= content.size();
 
     const XmlReader reader(xmlNewParserCtxt());

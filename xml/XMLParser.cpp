@@ -36,7 +36,8 @@ const xmlChar* toXml(const std::string& text) { return reinterpret_cast<const xm
 std::string transformed(xmlDocPtr document, const char* stylesheet) {
     if (document == nullptr) throw Exception("There is no document to transform.");
     const StylesheetFolders& folders = stylesheetFolders();
-    const auto path = xml::findStylesheet(stylesheet, folders ? folders() : std::vector<std::filesystem::path>{});
+    const auto path =
+        xml::findStylesheet(stylesheet, folders ? folders() : std::vector<std::filesystem::path>{});
     const xml::XmlDoc source(xmlCopyDoc(document, 1)); // a stylesheet may strip white space from it
     if (!source) throw std::bad_alloc();
     std::string result = xml::Stylesheet(path).apply(*source);

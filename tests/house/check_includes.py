@@ -38,11 +38,12 @@ BELOW = {
     "net": ("util/",),
     "store": ("text/", "util/"),
     "tags": ("image/", "text/", "util/"),
-    "sources": ("net/", "store/", "text/", "util/", "xml/"),
+    "matching": ("text/",),
+    "sources": ("matching/", "net/", "store/", "text/", "util/", "xml/"),
     "bridge": ("text/", "util/", "xml/"),
     "tagger": ("tags/", "util/"),
     "jobs": ("store/", "tagger/", "tags/", "util/"),
-    "app": ("image/", "jobs/", "net/", "sources/", "store/", "tags/", "text/", "util/", "xml/"),
+    "app": ("image/", "jobs/", "matching/", "net/", "sources/", "store/", "tags/", "text/", "util/", "xml/"),
 }
 
 INCLUDE = re.compile(r"^[ \t]*#[ \t]*include(?:_next)?\b[ \t]*(.*)", re.MULTILINE)

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "app/CoverCache.h"
+#include "image/ImageContent.h"
 #include "store/Sha256.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/net/LoopbackServer.h"
 #include "util/File.h"
-#include "image/ImageContent.h"
 
 #include <gtest/gtest.h>
 

@@ -17,7 +17,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using sources::Ranked;
+using matching::Ranked;
 using store::Record;
 using Texts = std::vector<std::string>;
 
@@ -96,13 +96,13 @@ TEST_F(CoversAtHand, AreInTheSongsFileAndBesideIt) {
     EXPECT_EQ(found[0].judgement.reason, "The song's own file has it.");
     EXPECT_EQ(found[1].judgement.score, 0.94);
     EXPECT_EQ(found[1].judgement.reason, "It lies beside the song's file.");
-    const sources::Candidate expected{.source = "file",
-                                      .artist = "Lowbeam",
-                                      .album = "Paper Lanterns",
-                                      .title = "Quiet Harbour",
-                                      .pictureUrl = urlOf(pictureOf(5)),
-                                      .widthPixels = 5,
-                                      .heightPixels = 4};
+    const matching::Candidate expected{.source = "file",
+                                       .artist = "Lowbeam",
+                                       .album = "Paper Lanterns",
+                                       .title = "Quiet Harbour",
+                                       .pictureUrl = urlOf(pictureOf(5)),
+                                       .widthPixels = 5,
+                                       .heightPixels = 4};
     EXPECT_EQ(found[0].candidate, expected);
     const auto kept = store().image(found[0].candidate.pictureUrl.substr(6));
     ASSERT_TRUE(kept) << "its address can be fetched";
@@ -192,7 +192,7 @@ TEST_F(CoversAtHand, AreThoseOfOtherEntriesThatFit) {
     ASSERT_EQ(urlsOf(found), (Texts{urlOf(pictureOf(3))}));
     EXPECT_EQ(found[0].candidate.source, "cache");
     EXPECT_EQ(found[0].candidate.artist, "Lowbeam & Ada Vinter");
-    const auto judgement = sources::Judge(app::questionOf(song_)).judge(found[0].candidate);
+    const auto judgement = matching::Judge(app::questionOf(song_)).judge(found[0].candidate);
     EXPECT_DOUBLE_EQ(found[0].judgement.score, judgement.score * 0.9);
     EXPECT_EQ(found[0].judgement.reason, "Another entry of the cache has it. " + judgement.reason);
 }
@@ -233,7 +233,7 @@ TEST_F(CoversAtHand, AlbumsAreThoseOfEntriesWithTheSong) {
 
 TEST_F(CoversAtHand, AQuestionIsWhatTheRecordSaysOfTheSong) {
     song_.sampler = true;
-    const sources::Question question = app::questionOf(song_);
+    const matching::Question question = app::questionOf(song_);
     EXPECT_EQ(question.artist, "Lowbeam");
     EXPECT_EQ(question.album, "Paper Lanterns");
     EXPECT_EQ(question.title, "Quiet Harbour");

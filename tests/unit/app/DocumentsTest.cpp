@@ -8,7 +8,7 @@ namespace {
 
 const std::string nasty("<a>&\"'\x01\n\t\xC3\xA9", 11);
 
-sources::Candidate nastyCandidate() {
+matching::Candidate nastyCandidate() {
     return {.source = nasty,
             .artist = nasty,
             .album = nasty,

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tags/FolderImage.h"
 #include "app/CoverCache.h"
+#include "image/ImageHeader.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "util/Exception.h"
 #include "util/File.h"
-#include "image/ImageHeader.h"
 
 #include <gtest/gtest.h>
 

@@ -11,17 +11,17 @@
 
 namespace {
 
+using image::AcceptedTypes;
+using image::ImageContent;
+using image::ReceivedImage;
 using tests::alike;
 using tests::bytesOf;
 using tests::Colour;
 using tests::imageBytes;
 using tests::Picture;
 using tests::textOf;
-using image::AcceptedTypes;
 using util::Buffer;
 using util::Image;
-using image::ImageContent;
-using image::ReceivedImage;
 
 constexpr Colour red{255, 0, 0};
 constexpr Colour green{0, 255, 0};

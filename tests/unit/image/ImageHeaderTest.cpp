@@ -12,12 +12,12 @@
 namespace {
 
 using namespace std::string_literals;
-using tests::bytesOf;
-using tests::imageBytes;
 using image::ImageHeader;
 using image::ImageLimits;
 using image::ImageType;
 using image::readImageHeader;
+using tests::bytesOf;
+using tests::imageBytes;
 
 ImageHeader headerOf(const std::string& bytes, const ImageLimits& limits = {}) {
     return readImageHeader(bytesOf(bytes), limits);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "image/ImageContent.h"
 #include "tests/unit/image/ImageFiles.h"
 #include "util/Exception.h"
-#include "image/ImageContent.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "util/Image.h"
 
+#include "image/ImageContent.h"
 #include "tests/unit/TemporaryFolder.h"
 #include "tests/unit/image/ImageFiles.h"
-#include "image/ImageContent.h"
 
 #include <gtest/gtest.h>
 

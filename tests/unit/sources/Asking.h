@@ -13,10 +13,10 @@
 
 namespace tests {
 
-using sources::Candidate;
-using sources::Question;
-using sources::ReleaseKind;
-using sources::ReleaseStatus;
+using matching::Candidate;
+using matching::Question;
+using matching::ReleaseKind;
+using matching::ReleaseStatus;
 
 /** All that sources read, but for what is given. */
 inline sources::ParameterReader parameters(std::map<std::string, std::string, std::less<>> given = {}) {

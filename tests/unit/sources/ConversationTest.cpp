@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Conversation.h"
+#include "sources/KeptCandidates.h"
 
 #include "store/sqlite/Store.h"
 #include "tests/unit/TemporaryFolder.h"
@@ -14,7 +15,7 @@
 namespace {
 
 using namespace std::chrono_literals;
-using sources::Candidate;
+using matching::Candidate;
 using sources::Conversation;
 using store::Clock;
 using tests::busy;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "sources/KeptCandidates.h"
 #include "sources/Source.h"
 #include "tests/unit/net/LoopbackServer.h"
 
@@ -17,7 +18,7 @@
 namespace tests {
 
 /** What FakeSource and FakePictures understand. */
-inline std::string found(const std::vector<sources::Candidate>& candidates) {
+inline std::string found(const std::vector<matching::Candidate>& candidates) {
     return httpAnswer(sources::toText(candidates));
 }
 
@@ -74,7 +75,7 @@ private:
 
 inline constexpr store::Pace quick{.interval = std::chrono::milliseconds(1), .burst = 100};
 
-inline std::vector<sources::Candidate> parsed(const net::HttpAnswer& answer) {
+inline std::vector<matching::Candidate> parsed(const net::HttpAnswer& answer) {
     sources::needSuccess(answer);
     return sources::candidatesFrom(answer.body);
 }
@@ -82,17 +83,17 @@ inline std::vector<sources::Candidate> parsed(const net::HttpAnswer& answer) {
 /** A source that asks what the test says. */
 class FakeSource : public sources::Source {
 public:
-    using Ask = std::function<std::vector<sources::Request>(const sources::Question& question)>;
+    using Ask = std::function<std::vector<sources::Request>(const matching::Question& question)>;
 
     FakeSource(std::string name, Ask ask, store::Pace pace = quick)
         : name_(std::move(name)), ask_(std::move(ask)), pace_(pace) {}
 
     [[nodiscard]] std::string_view name() const noexcept override { return name_; }
     [[nodiscard]] store::Pace pace() const noexcept override { return pace_; }
-    [[nodiscard]] std::vector<sources::Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         return parsed(answer);
     }
-    [[nodiscard]] std::vector<sources::Request> requests(const sources::Question& question) const override {
+    [[nodiscard]] std::vector<sources::Request> requests(const matching::Question& question) const override {
         return ask_(question);
     }
 
@@ -109,10 +110,10 @@ public:
 
     [[nodiscard]] std::string_view name() const noexcept override { return name_; }
     [[nodiscard]] store::Pace pace() const noexcept override { return quick; }
-    [[nodiscard]] std::vector<sources::Candidate> parse(const net::HttpAnswer& answer) const override {
+    [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         return parsed(answer);
     }
-    [[nodiscard]] std::optional<sources::Request> request(const sources::Candidate& album) const override {
+    [[nodiscard]] std::optional<sources::Request> request(const matching::Candidate& album) const override {
         if (album.groupId.empty()) return std::nullopt;
         return sources::Request{.url = url_ + '/' + album.groupId};
     }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Lookup.h"
+#include "sources/KeptCandidates.h"
 
 #include "net/Url.h"
 #include "store/sqlite/Store.h"
@@ -17,8 +18,8 @@
 namespace {
 
 using namespace std::chrono_literals;
-using sources::Candidate;
-using sources::Question;
+using matching::Candidate;
+using matching::Question;
 using sources::Request;
 using sources::SourceReport;
 using sources::SourceState;
@@ -71,7 +72,7 @@ protected:
     /** Looks up and keeps what came of it. */
     void lookUp(const Question& asked = question) {
         testing::internal::CaptureStderr();
-        sources::Judge judge(asked);
+        matching::Judge judge(asked);
         result_ = sources::lookUp(store_, sources_, judge, {.timeout = 30s});
         testing::internal::GetCapturedStderr();
     }
@@ -242,8 +243,8 @@ TEST_F(LookupTest, AsksForPicturesOfTheFiveBestAlbumsThatFitAndOfEachGroupOnce) 
     std::vector<Candidate> albums{other(), fitting()}; // of another artist; without a group
     for (const char* group : {"g1", "g1", "g2", "g3", "g4", "g5"})
         albums.push_back(fitting(group));
-    albums.back().kind = sources::ReleaseKind::Album; // the best of all
-    albums[2].status = sources::ReleaseStatus::Bootleg;
+    albums.back().kind = matching::ReleaseKind::Album; // the best of all
+    albums[2].status = matching::ReleaseStatus::Bootleg;
     web_.answer("/a", {found(albums)});
     addPictures("pictures");
     addSource("one", Paths{"/a"});

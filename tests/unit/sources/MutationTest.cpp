@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Fields.h"
+#include "sources/KeptCandidates.h"
 #include "tests/unit/sources/Answers.h"
 #include "tests/unit/sources/Asking.h"
 #include "text/Utf8.h"

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tagger/SongUpdate.h"
 
+#include "image/ImageHeader.h"
 #include "tags/FittingPicture.h"
 #include "tests/unit/jobs/Descriptors.h"
 #include "tests/unit/tags/SongTest.h"
-#include "image/ImageHeader.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -46,11 +46,11 @@ protected:
 
     void write(const Change& change = {}) const {
         tagger::writeCover({.song = song_,
-                          .temporaryFile = temporaryFile(),
-                          .picture = bytesOf(change.cover),
-                          .maxSidePixels = change.maxSidePixels,
-                          .replace = change.replace,
-                          .fit = tags::fittingPicture});
+                            .temporaryFile = temporaryFile(),
+                            .picture = bytesOf(change.cover),
+                            .maxSidePixels = change.maxSidePixels,
+                            .replace = change.replace,
+                            .fit = tags::fittingPicture});
     }
 
     /** Why writing is refused for good, and that it leaves everything as it was. */

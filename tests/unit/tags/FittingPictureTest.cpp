@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tags/FittingPicture.h"
 
+#include "image/ImageHeader.h"
 #include "tests/unit/Bytes.h"
 #include "tests/unit/Pictures.h"
 #include "tests/unit/image/ImageFiles.h"
 #include "util/Exception.h"
-#include "image/ImageHeader.h"
 
 #include <gtest/gtest.h>
 
@@ -13,16 +13,18 @@
 
 namespace {
 
+using image::ImageType;
 using tags::PictureLimits;
 using tests::bytesOf;
 using tests::imageBytes;
-using image::ImageType;
 
 std::string fitting(const std::string& received, const PictureLimits& limits = {}) {
     return tests::textOf(tags::fittingPicture(bytesOf(received), limits).bytes());
 }
 
-image::ImageHeader headerOf(const std::string& picture) { return image::readImageHeader(bytesOf(picture), {}); }
+image::ImageHeader headerOf(const std::string& picture) {
+    return image::readImageHeader(bytesOf(picture), {});
+}
 
 TEST(FittingPicture, WhatIsFitIsLeftAsItWasReceived) {
     for (const char* name :

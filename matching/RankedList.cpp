@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/RankedList.h"
+#include "matching/RankedList.h"
 
 #include "text/StopWords.h"
 
@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
-namespace sources {
+namespace matching {
 namespace {
 
 /** The part of a candidate that makes it the same as another one. */
@@ -98,4 +98,4 @@ std::vector<Ranked> rankedAlbums(Judge& judge, std::vector<Candidate> candidates
                           mergeAlbums);
 }
 
-} // namespace sources
+} // namespace matching

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "sources/Candidate.h"
-#include "sources/Ranking.h"
+#include "matching/Candidate.h"
+#include "matching/Ranking.h"
 
 #include <cstddef>
 #include <vector>
 
-namespace sources {
+namespace matching {
 
 /** How many entries a list has at most. */
 inline constexpr std::size_t maxRanked = 30;
@@ -23,4 +23,4 @@ inline constexpr std::size_t maxRanked = 30;
 [[nodiscard]] std::vector<Ranked> rankedAlbums(Judge& judge, std::vector<Candidate> candidates,
                                                std::vector<Ranked> more);
 
-} // namespace sources
+} // namespace matching

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "sources/Agreement.h"
-#include "sources/Candidate.h"
-#include "sources/Question.h"
-#include "sources/Wanted.h"
+#include "matching/Agreement.h"
+#include "matching/Candidate.h"
+#include "matching/Question.h"
+#include "matching/Wanted.h"
 
 #include <array>
 #include <map>
 #include <string>
 #include <vector>
 
-namespace sources {
+namespace matching {
 
 /** How well a candidate answers a question; docs/matching.md explains the score. */
 struct Judgement {
@@ -52,4 +52,4 @@ private:
     std::map<CandidateNames, Agreement> agreements_;
 };
 
-} // namespace sources
+} // namespace matching

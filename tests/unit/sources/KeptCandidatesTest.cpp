@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Candidate.h"
+#include "sources/KeptCandidates.h"
 #include "util/Exception.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Similarity.h"
+#include "matching/Similarity.h"
 
 #include "text/Fold.h"
 #include "text/StopWords.h"
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace sources {
+namespace matching {
 
 namespace {
 
@@ -272,4 +272,4 @@ double similarity(std::string_view one, std::string_view other) {
     return subtitled ? std::max(result, withoutSubtitle) : result;
 }
 
-} // namespace sources
+} // namespace matching

@@ -2,10 +2,8 @@
 #pragma once
 
 #include <string>
-#include <string_view>
-#include <vector>
 
-namespace sources {
+namespace matching {
 
 enum class ReleaseKind { Unknown, Album, Single, Live, Soundtrack, Compilation, Other };
 enum class ReleaseStatus { Unknown, Official, Promotion, Bootleg };
@@ -32,8 +30,4 @@ struct Candidate {
     bool operator==(const Candidate&) const = default;
 };
 
-/** As text, and back, for the store. @throws util::Exception for a text that this version didn't write */
-[[nodiscard]] std::string toText(const std::vector<Candidate>& candidates);
-[[nodiscard]] std::vector<Candidate> candidatesFrom(std::string_view text);
-
-} // namespace sources
+} // namespace matching

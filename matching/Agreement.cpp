@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Agreement.h"
+#include "matching/Agreement.h"
 
-#include "sources/Similarity.h"
+#include "matching/Similarity.h"
 #include "text/Fold.h"
 #include "text/StopWords.h"
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace sources {
+namespace matching {
 
 namespace {
 
@@ -126,4 +126,4 @@ Agreement compare(const Wanted& wanted, const Candidate& candidate) {
     return agreement;
 }
 
-} // namespace sources
+} // namespace matching

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Wanted.h"
+#include "matching/Wanted.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using sources::isVarious;
-using sources::ReleaseKind;
-using sources::Wanted;
-using sources::wantedBy;
+using matching::isVarious;
+using matching::ReleaseKind;
+using matching::Wanted;
+using matching::wantedBy;
 
 TEST(WantedBy, LeavesANameAsItIs) {
     const Wanted wanted =

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/RankedList.h"
+#include "matching/RankedList.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 
 namespace {
 
-using sources::Candidate;
-using sources::Judge;
-using sources::Ranked;
+using matching::Candidate;
+using matching::Judge;
+using matching::Ranked;
 
 using Texts = std::vector<std::string>;
 
@@ -25,14 +25,14 @@ Ranked atHand(double score, const std::string& url) {
 
 std::vector<Ranked> pictures(std::vector<Candidate> candidates, std::vector<Ranked> more = {}) {
     Judge judge({.artist = "Lowbeam", .album = "Paper Lanterns", .title = ""});
-    return sources::rankedPictures(judge, std::move(candidates), std::move(more));
+    return matching::rankedPictures(judge, std::move(candidates), std::move(more));
 }
 
 std::vector<Ranked> albums(std::vector<Candidate> candidates, std::vector<Ranked> more = {}) {
     for (Candidate& candidate : candidates)
         candidate.title = "Quiet Harbour";
     Judge judge({.artist = "Lowbeam", .album = "", .title = "Quiet Harbour"});
-    return sources::rankedAlbums(judge, std::move(candidates), std::move(more));
+    return matching::rankedAlbums(judge, std::move(candidates), std::move(more));
 }
 
 Texts urls(const std::vector<Ranked>& list) {
@@ -59,7 +59,7 @@ TEST(RankedPictures, AreThoseThatFitTheBestFirst) {
                                 {}});
     EXPECT_EQ(urls(list), (Texts{"http://a.test/3", "http://a.test/2"}));
     EXPECT_GT(list[0].judgement.score, list[1].judgement.score);
-    EXPECT_GE(list[1].judgement.score, sources::leastScore);
+    EXPECT_GE(list[1].judgement.score, matching::leastScore);
     EXPECT_EQ(list[0].judgement.reason, "Artist and album agree; release.");
     EXPECT_TRUE(list[0].alsoFrom.empty());
 }
@@ -115,7 +115,7 @@ TEST(RankedPictures, AreThirtyAtMost) {
     for (const char* url : {"http://a.test/29", "http://a.test/30"})
         candidates.push_back(album("two", url));
     const auto list = pictures(candidates);
-    ASSERT_EQ(list.size(), sources::maxRanked);
+    ASSERT_EQ(list.size(), matching::maxRanked);
     EXPECT_EQ(list.size(), 30U);
     EXPECT_EQ(list.back().candidate.pictureUrl, "http://a.test/29");
     EXPECT_EQ(list.back().alsoFrom, (Texts{"two"})) << "doubles are still noted";
@@ -126,7 +126,7 @@ TEST(RankedAlbums, HaveEachNameOfAnArtistOnce) {
     ofVarious.artist = "Various Artists";
     ofVarious.trackArtist = "Lowbeam";
     Candidate lanterns = album("one", "", "Paper Lanterns");
-    lanterns.kind = sources::ReleaseKind::Album;
+    lanterns.kind = matching::ReleaseKind::Album;
     const auto list = albums({album("two", "", "The Paper Lanterns (2011 Remaster)"), ofVarious, lanterns,
                               album("one", ""), album("one", "", "Slow Tides"), album("one", "", "")});
     EXPECT_EQ(names(list), (Texts{"Paper Lanterns", "Slow Tides", "Slow Tides"}));
@@ -139,9 +139,9 @@ TEST(RankedAlbums, NeedNoPictureAndNeedASongThatFits) {
     Judge judge({.artist = "Lowbeam", .album = "", .title = "Quiet Harbour"});
     Candidate song = album("one", "");
     song.title = "Another One";
-    EXPECT_TRUE(sources::rankedAlbums(judge, {song, album("one", "http://a.test/1")}, {}).empty());
+    EXPECT_TRUE(matching::rankedAlbums(judge, {song, album("one", "http://a.test/1")}, {}).empty());
     song.title = "Quiet Harbour";
-    EXPECT_EQ(sources::rankedAlbums(judge, {song}, {}).size(), 1U);
+    EXPECT_EQ(matching::rankedAlbums(judge, {song}, {}).size(), 1U);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Similarity.h"
+#include "matching/Similarity.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 
 namespace {
 
-using sources::sameWithoutNotes;
-using sources::similarity;
+using matching::sameWithoutNotes;
+using matching::similarity;
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 

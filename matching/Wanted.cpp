@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Wanted.h"
+#include "matching/Wanted.h"
 
 #include "text/Fold.h"
 
@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <initializer_list>
 
-namespace sources {
+namespace matching {
 
 namespace {
 
@@ -91,4 +91,4 @@ Wanted wantedBy(const Question& question) {
     return wanted;
 }
 
-} // namespace sources
+} // namespace matching

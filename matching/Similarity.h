@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-namespace sources {
+namespace matching {
 
 /** What similarity() gives for names that are the same but for edition notes, guests and "the". */
 inline constexpr double sameWithoutNotes = 0.96;
@@ -16,4 +16,4 @@ inline constexpr double sameWithoutNotes = 0.96;
  */
 [[nodiscard]] double similarity(std::string_view one, std::string_view other);
 
-} // namespace sources
+} // namespace matching

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "sources/Candidate.h"
-#include "sources/Wanted.h"
+#include "matching/Candidate.h"
+#include "matching/Wanted.h"
 
 #include <optional>
 
-namespace sources {
+namespace matching {
 
 /** How the names agree, each from 0 to 1; what one of the two doesn't have is missing. */
 struct Agreement {
@@ -20,4 +20,4 @@ struct Agreement {
 
 [[nodiscard]] Agreement compare(const Wanted& wanted, const Candidate& candidate);
 
-} // namespace sources
+} // namespace matching

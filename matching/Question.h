@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace sources {
+namespace matching {
 
 /** The song whose cover or album is sought, in UTF-8; what isn't known is empty. */
 struct Question {
@@ -13,4 +13,4 @@ struct Question {
     bool sampler = false; // the artist is the song's, and the album is one of many artists
 };
 
-} // namespace sources
+} // namespace matching

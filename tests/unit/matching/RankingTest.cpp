@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Ranking.h"
+#include "matching/Ranking.h"
 
 #include <gtest/gtest.h>
 
@@ -9,12 +9,12 @@
 
 namespace {
 
-using sources::Candidate;
-using sources::Judge;
-using sources::leastScore;
-using sources::Question;
-using sources::ReleaseKind;
-using sources::ReleaseStatus;
+using matching::Candidate;
+using matching::Judge;
+using matching::leastScore;
+using matching::Question;
+using matching::ReleaseKind;
+using matching::ReleaseStatus;
 
 const Question albumQuestion{.artist = "Lowbeam", .album = "Paper Lanterns", .title = "Quiet Harbour"};
 const Question titleQuestion{.artist = "Lowbeam", .title = "Quiet Harbour"};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Candidate.h"
+#include "sources/KeptCandidates.h"
 
 #include "sources/Json.h"
 #include "util/Exception.h"
@@ -17,10 +17,11 @@ namespace {
 // for weeks has to be short. Any change makes it another version.
 constexpr int version = 1;
 
-constexpr std::array texts{&Candidate::source,     &Candidate::artist,      &Candidate::album,
-                           &Candidate::title,      &Candidate::trackArtist, &Candidate::date,
-                           &Candidate::releaseId,  &Candidate::groupId,     &Candidate::page,
-                           &Candidate::pictureUrl, &Candidate::thumbnailUrl};
+constexpr std::array texts{
+    &matching::Candidate::source,     &matching::Candidate::artist,      &matching::Candidate::album,
+    &matching::Candidate::title,      &matching::Candidate::trackArtist, &matching::Candidate::date,
+    &matching::Candidate::releaseId,  &matching::Candidate::groupId,     &matching::Candidate::page,
+    &matching::Candidate::pictureUrl, &matching::Candidate::thumbnailUrl};
 
 constexpr std::size_t kindAt = texts.size();
 constexpr std::size_t statusAt = kindAt + 1;
@@ -28,8 +29,8 @@ constexpr std::size_t widthAt = kindAt + 2;
 constexpr std::size_t heightAt = kindAt + 3;
 constexpr std::size_t fieldCount = kindAt + 4;
 
-constexpr int lastKind = static_cast<int>(ReleaseKind::Other);
-constexpr int lastStatus = static_cast<int>(ReleaseStatus::Bootleg);
+constexpr int lastKind = static_cast<int>(matching::ReleaseKind::Other);
+constexpr int lastStatus = static_cast<int>(matching::ReleaseStatus::Bootleg);
 constexpr int anyNumber = std::numeric_limits<int>::max();
 
 util::Exception foreignText() {
@@ -42,12 +43,13 @@ int numberIn(const json::Value& value, int largest) {
     return static_cast<int>(*number);
 }
 
-Candidate candidateFrom(const json::Value::array_t& fields) {
+matching::Candidate candidateFrom(const json::Value::array_t& fields) {
     if (fields.size() != fieldCount) throw foreignText();
-    Candidate candidate{.kind = static_cast<ReleaseKind>(numberIn(fields[kindAt], lastKind)),
-                        .status = static_cast<ReleaseStatus>(numberIn(fields[statusAt], lastStatus)),
-                        .widthPixels = numberIn(fields[widthAt], anyNumber),
-                        .heightPixels = numberIn(fields[heightAt], anyNumber)};
+    matching::Candidate candidate{
+        .kind = static_cast<matching::ReleaseKind>(numberIn(fields[kindAt], lastKind)),
+        .status = static_cast<matching::ReleaseStatus>(numberIn(fields[statusAt], lastStatus)),
+        .widthPixels = numberIn(fields[widthAt], anyNumber),
+        .heightPixels = numberIn(fields[heightAt], anyNumber)};
     for (std::size_t i = 0; i < texts.size(); ++i) {
         const auto* const text = fields[i].get_ptr<const std::string*>();
         if (text == nullptr) throw foreignText();
@@ -58,9 +60,9 @@ Candidate candidateFrom(const json::Value::array_t& fields) {
 
 } // namespace
 
-std::string toText(const std::vector<Candidate>& candidates) {
+std::string toText(const std::vector<matching::Candidate>& candidates) {
     json::Value written = json::Value::array({version});
-    for (const Candidate& candidate : candidates) {
+    for (const matching::Candidate& candidate : candidates) {
         json::Value fields = json::Value::array();
         for (const auto text : texts)
             fields.push_back(candidate.*text);
@@ -72,11 +74,11 @@ std::string toText(const std::vector<Candidate>& candidates) {
     return written.dump(-1, ' ', false, json::Value::error_handler_t::replace);
 }
 
-std::vector<Candidate> candidatesFrom(std::string_view text) {
+std::vector<matching::Candidate> candidatesFrom(std::string_view text) {
     const auto kept = json::Value::parse(text, nullptr, false);
     const auto* const list = kept.get_ptr<const json::Value::array_t*>();
     if (list == nullptr || list->empty() || list->front() != version) throw foreignText();
-    std::vector<Candidate> candidates;
+    std::vector<matching::Candidate> candidates;
     for (std::size_t i = 1; i < list->size(); ++i)
         candidates.push_back(candidateFrom(json::elements((*list)[i])));
     return candidates;

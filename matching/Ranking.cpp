@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sources/Ranking.h"
+#include "matching/Ranking.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-namespace sources {
+namespace matching {
 
 namespace {
 
@@ -223,4 +223,4 @@ std::vector<Ranked> Judge::rank(std::vector<Candidate> candidates) {
     return ranked;
 }
 
-} // namespace sources
+} // namespace matching

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "sources/Candidate.h"
-#include "sources/Question.h"
+#include "matching/Candidate.h"
+#include "matching/Question.h"
 
 #include <string>
 #include <string_view>
 
-namespace sources {
+namespace matching {
 
 /** A question without the noise of tags: "Unknown Album" is no name, "Various Artists" makes a sampler, "03 -
  * " is no part of a title, and "(Live)" or " - Single" asks for a kind. Services find more by it. */
@@ -20,4 +20,4 @@ struct Wanted : Question {
 /** Whether "artist" says that there are many. */
 [[nodiscard]] bool isVarious(std::string_view artist);
 
-} // namespace sources
+} // namespace matching
