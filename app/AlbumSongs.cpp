@@ -5,12 +5,12 @@
 #include "app/Quavion.h"
 #include "text/Xml.h"
 #include "util/Exception.h"
+#include "util/Numbers.h"
 #include "xml/XmlElement.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 #include <string_view>
 
@@ -38,11 +38,7 @@ std::string otherwise(const std::string& reply) {
 }
 
 std::optional<int> numberIn(const xml::XmlElement& song, std::string_view name) {
-    const std::string text = song.child(name).text();
-    int number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number < 0) return std::nullopt;
-    return number;
+    return util::wholeNumber<int>(song.child(name).text());
 }
 
 DeviceSong songFrom(const xml::XmlElement& song) {

@@ -2,26 +2,24 @@
 #include "app/Parameters.h"
 
 #include "app/DeviceUrl.h"
-#include "sources/Fields.h"
+#include "net/Url.h"
 #include "sources/SourceList.h"
 #include "util/Log.h"
+#include "util/Numbers.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <cassert>
-#include <charconv>
 #include <optional>
 
 namespace app {
 namespace {
 
 std::optional<std::uint64_t> positiveNumber(std::string_view text) noexcept {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number == 0) return std::nullopt;
-    return number;
+    const auto number = util::wholeNumber<std::uint64_t>(text);
+    return number == 0U ? std::nullopt : number;
 }
 
 bool isAllowOrDeny(std::string_view value) noexcept { return value == "allow" || value == "deny"; }
@@ -31,7 +29,7 @@ bool isAbsolutePathOrNone(std::string_view value) noexcept { return value.empty(
 bool isNumber(std::string_view value) noexcept { return positiveNumber(value).has_value(); }
 
 bool isBaseAddress(std::string_view value) noexcept {
-    return sources::isWebAddress(value) && value.find_first_of("?#") == std::string_view::npos;
+    return net::isWebAddress(value) && value.find_first_of("?#") == std::string_view::npos;
 }
 
 // What is wrong with a key only its service can tell.

@@ -1,7 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "net/Url.h"
 
+#include <algorithm>
+
 namespace net {
+namespace {
+
+/** Blanks, controls and what would end an attribute have no place in a URL. */
+bool mayStandInAddress(char c) noexcept {
+    return static_cast<unsigned char>(c) > ' ' && c != '\x7F' && c != '"' && c != '<' && c != '>' &&
+           c != '\\';
+}
+
+} // namespace
 
 std::string urlEncoded(std::string_view bytes) {
     constexpr std::string_view unreserved =
@@ -17,6 +28,17 @@ std::string urlEncoded(std::string_view bytes) {
         }
     }
     return encoded;
+}
+
+bool isWebAddress(std::string_view text) noexcept {
+    if (text.size() > maxWebAddressBytes || !std::ranges::all_of(text, mayStandInAddress)) return false;
+    for (const std::string_view scheme : {"https://", "http://"}) {
+        if (!text.starts_with(scheme)) continue;
+        const std::string_view rest = text.substr(scheme.size());
+        const std::string_view server = rest.substr(0, std::min(rest.find_first_of("/?#"), rest.size()));
+        return !server.empty() && server.find('@') == std::string_view::npos;
+    }
+    return false;
 }
 
 } // namespace net

@@ -2,8 +2,8 @@
 #include "sources/AmazonUrl.h"
 #include "sources/Fields.h"
 #include "sources/Xml.h"
+#include "util/Numbers.h"
 
-#include <charconv>
 #include <utility>
 
 namespace sources {
@@ -11,13 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-int pixels(const xml::Element& element) {
-    const std::string text = element.text();
-    int number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [read, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && read == end && number > 0 ? number : 0;
-}
+int pixels(const xml::XmlElement& element) { return util::wholeNumber<int>(element.text()).value_or(0); }
 
 /** The address without the size that it names, as in "51abcdef._SL500_.jpg". */
 std::string unscaled(std::string address) {

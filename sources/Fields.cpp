@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Fields.h"
 
+#include "net/Url.h"
 #include "text/Fold.h"
 
 #include <algorithm>
@@ -22,31 +23,14 @@ bool hasForm(std::string_view text, std::string_view pattern) noexcept {
     });
 }
 
-/** Blanks, controls and what would end an attribute have no place in a URL. */
-bool mayStandInAddress(char c) noexcept {
-    return static_cast<unsigned char>(c) > ' ' && c != '\x7F' && c != '"' && c != '<' && c != '>' &&
-           c != '\\';
-}
-
 } // namespace
 
 std::string nameFrom(std::string_view text) {
     return text.size() <= maxNameBytes ? std::string(text) : std::string();
 }
 
-bool isWebAddress(std::string_view text) noexcept {
-    if (text.size() > maxAddressBytes || !std::ranges::all_of(text, mayStandInAddress)) return false;
-    for (const std::string_view scheme : {"https://", "http://"}) {
-        if (!text.starts_with(scheme)) continue;
-        const std::string_view rest = text.substr(scheme.size());
-        const std::string_view server = rest.substr(0, std::min(rest.find_first_of("/?#"), rest.size()));
-        return !server.empty() && server.find('@') == std::string_view::npos;
-    }
-    return false;
-}
-
 std::string webAddressFrom(std::string_view text) {
-    return isWebAddress(text) ? std::string(text) : std::string();
+    return net::isWebAddress(text) ? std::string(text) : std::string();
 }
 
 std::string dateFrom(std::string_view text) {

@@ -15,7 +15,6 @@
 namespace sources {
 
 inline constexpr std::size_t maxNameBytes = 1024;
-inline constexpr std::size_t maxAddressBytes = 2048;
 inline constexpr std::size_t maxParsedBytes = std::size_t{8} * 1024 * 1024;
 inline constexpr std::size_t maxCandidates = 500; // of one answer
 
@@ -24,9 +23,6 @@ inline constexpr std::string_view variousArtists = "Various Artists";
 
 /** The name of an artist, album or title. */
 [[nodiscard]] std::string nameFrom(std::string_view text);
-
-/** Whether it is a whole http or https URL, without a name or password in it. */
-[[nodiscard]] bool isWebAddress(std::string_view text) noexcept;
 
 /** The URL; empty where it is none. */
 [[nodiscard]] std::string webAddressFrom(std::string_view text);

@@ -6,8 +6,8 @@
 #include "sources/Source.h"
 #include "sources/Xml.h"
 #include "text/StopWords.h"
+#include "util/Numbers.h"
 
-#include <charconv>
 #include <utility>
 
 namespace sources {
@@ -146,11 +146,8 @@ private:
 std::chrono::milliseconds pauseFrom(const std::string& text) noexcept {
     constexpr int usual = 1000;
     constexpr int longest = 3'600'000;
-    int pause = 0;
-    const char* const end = text.data() + text.size();
-    const auto [read, error] = std::from_chars(text.data(), end, pause);
-    const bool good = error == std::errc() && read == end && pause >= 0 && pause <= longest;
-    return std::chrono::milliseconds(good ? pause : usual);
+    const int pause = util::wholeNumber<int>(text).value_or(usual);
+    return std::chrono::milliseconds(pause <= longest ? pause : usual);
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 #include "text/Fold.h"
 #include "text/StopWords.h"
 
-#include <vector>
+#include <utility>
 
 namespace store {
 namespace {
@@ -18,19 +18,11 @@ void appendWords(std::string& words, char field, const std::string& value) {
         (words += field).append(word) += ' ';
 }
 
-void appendQuoted(std::string& expression, char field, const std::string& word) {
-    (expression += '"') += field;
-    for (const char c : word)
-        expression.append(c == '"' ? 2 : 1, c);
-    expression += "\" ";
-}
-
-// "tfirst" "tsecond" "tthird" *
-void appendCondition(std::string& expression, char field, const std::string& value) {
-    const std::vector<std::string> words = text::words(text::folded(text::withoutStopWords(value)));
-    for (const std::string& word : words)
-        appendQuoted(expression, field, word);
-    if (!words.empty()) expression += "* ";
+void appendWanted(std::vector<std::vector<std::string>>& wanted, char field, const std::string& value) {
+    std::vector<std::string> words = text::words(text::folded(text::withoutStopWords(value)));
+    for (std::string& word : words)
+        word.insert(word.begin(), field);
+    if (!words.empty()) wanted.push_back(std::move(words));
 }
 
 } // namespace
@@ -43,12 +35,12 @@ std::string searchWords(const Record& record) {
     return words;
 }
 
-std::string matchExpression(const Search& search) {
-    std::string expression;
-    appendCondition(expression, artistField, search.artist);
-    appendCondition(expression, albumField, search.album);
-    appendCondition(expression, titleField, search.title);
-    return expression;
+std::vector<std::vector<std::string>> wantedWords(const Search& search) {
+    std::vector<std::vector<std::string>> wanted;
+    appendWanted(wanted, artistField, search.artist);
+    appendWanted(wanted, albumField, search.album);
+    appendWanted(wanted, titleField, search.title);
+    return wanted;
 }
 
 } // namespace store

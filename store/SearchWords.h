@@ -4,6 +4,7 @@
 #include "store/CoverStore.h"
 
 #include <string>
+#include <vector>
 
 // What the full-text index is made of: the folded words of a record, each with the letter of its field before
 // it. So one list of entries is all that there is to read for a word, or for a beginning of one.
@@ -12,7 +13,8 @@ namespace store {
 /** The words of the record, with blanks between them. */
 [[nodiscard]] std::string searchWords(const Record& record);
 
-/** The query of the full-text index for what `search` asks for; empty when that is nothing. */
-[[nodiscard]] std::string matchExpression(const Search& search);
+/** For each field of `search` that has words: these words. An entry matches when it has all of them, the last
+ * one of each field as a prefix. Stop words don't count. */
+[[nodiscard]] std::vector<std::vector<std::string>> wantedWords(const Search& search);
 
 } // namespace store

@@ -3,13 +3,13 @@
 
 #include "tagger/Protocol.h"
 #include "util/File.h"
+#include "util/Numbers.h"
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <csignal>
 #include <cstdint>
 #include <exception>
@@ -43,11 +43,7 @@ void setUp() {
     (void)setpriority(PRIO_PROCESS, 0, 10);
 }
 
-int number(std::string_view text) {
-    int value = -1;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-}
+int number(const char* text) { return util::wholeNumber<int>(text).value_or(-1); }
 
 int fail(std::string_view reason, int code) {
     std::cout << reason << std::flush;

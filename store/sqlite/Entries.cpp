@@ -4,6 +4,7 @@
 #include "store/MatchKey.h"
 #include "store/SearchWords.h"
 #include "store/sqlite/Images.h"
+#include "store/sqlite/MatchExpression.h"
 #include "store/sqlite/Statements.h"
 
 namespace store::sqlite {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "sources/Fields.h"
+#include "net/Url.h"
 #include "sources/Json.h"
 #include "sources/Lucene.h"
 #include "sources/Names.h"
@@ -19,7 +20,7 @@ TEST(WebAddressFrom, TakesWholeHttpUrls) {
                             " http://a.test", "http://a.test/b c", "http://a.test/\n", "http://a.test/\"",
                             "http://a.test/<b>", "http:/\\a.test", "data:image/png;base64,aaaa"})
         EXPECT_EQ(webAddressFrom(bad), "") << bad;
-    EXPECT_EQ(webAddressFrom("http://a.test/" + std::string(maxAddressBytes, 'a')), "");
+    EXPECT_EQ(webAddressFrom("http://a.test/" + std::string(net::maxWebAddressBytes, 'a')), "");
 }
 
 TEST(NameFrom, DropsWhatNobodyIsCalled) {

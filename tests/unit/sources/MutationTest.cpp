@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "net/Url.h"
 #include "sources/Fields.h"
 #include "sources/KeptCandidates.h"
 #include "tests/unit/sources/Answers.h"
@@ -46,7 +47,7 @@ void expectSound(const Candidate& candidate) {
     for (const std::string* address : {&candidate.page, &candidate.pictureUrl, &candidate.thumbnailUrl}) {
         if (address->empty()) continue;
         EXPECT_TRUE(address->starts_with("http://") || address->starts_with("https://")) << *address;
-        EXPECT_LE(address->size(), sources::maxAddressBytes + 10);
+        EXPECT_LE(address->size(), net::maxWebAddressBytes + 10);
     }
     for (const std::string* name :
          {&candidate.artist, &candidate.album, &candidate.title, &candidate.trackArtist, &candidate.date,

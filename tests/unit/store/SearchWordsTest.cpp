@@ -13,19 +13,10 @@ TEST(SearchWords, NamesTheFieldOfEachFoldedWord) {
     EXPECT_EQ(store::searchWords({}), "");
 }
 
-TEST(MatchExpression, WantsEachWordAndTheLastOfAFieldAsAPrefix) {
-    EXPECT_EQ(store::matchExpression({.artist = "The Lowb", .album = "Paper Lan", .title = "Qu"}),
-              R"("alowb" * "lpaper" "llan" * "tqu" * )");
-    EXPECT_EQ(store::matchExpression({.title = "Quiet"}), R"("tquiet" * )");
-}
-
-TEST(MatchExpression, IsEmptyWhereNoFieldHasAWord) {
-    EXPECT_EQ(store::matchExpression({}), "");
-    EXPECT_EQ(store::matchExpression({.artist = " \t", .title = "\n"}), "");
-}
-
-TEST(MatchExpression, LeavesNoQuoteOpen) {
-    EXPECT_EQ(store::matchExpression({.artist = "\"\""}), R"("a""""" * )");
+TEST(WantedWords, AreThoseOfEachFieldThatHasSome) {
+    using Words = std::vector<std::vector<std::string>>;
+    EXPECT_EQ(store::wantedWords({.artist = "The Lowb", .title = "Qu I"}), (Words{{"alowb"}, {"tqu", "ti"}}));
+    EXPECT_EQ(store::wantedWords({.artist = " \t", .title = "\n"}), Words());
 }
 
 } // namespace
