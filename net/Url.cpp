@@ -6,7 +6,7 @@
 namespace net {
 namespace {
 
-/** Blanks, controls and what would end an attribute have no place in a URL. */
+/** Rejects blanks, control characters and characters that could end an attribute. */
 bool mayStandInAddress(char c) noexcept {
     return static_cast<unsigned char>(c) > ' ' && c != '\x7F' && c != '"' && c != '<' && c != '>' &&
            c != '\\';

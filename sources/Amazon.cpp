@@ -13,7 +13,9 @@ using namespace std::chrono_literals;
 
 int pixels(const xml::XmlElement& element) { return util::wholeNumber<int>(element.text()).value_or(0); }
 
-/** The address without the size that it names, as in "51abcdef._SL500_.jpg". */
+/**
+ * Removes the size from a URL such as "51abcdef._SL500_.jpg", which leaves the URL of the original picture.
+ */
 std::string unscaled(std::string address) {
     constexpr std::string_view mark = "._SL";
     constexpr std::string_view markEnd = "_.";
@@ -28,7 +30,7 @@ void addPicture(const xml::Element& item, matching::Candidate& candidate) {
     const xml::Element large = item.child("LargeImage");
     const int width = pixels(large.child("Width"));
     const int height = pixels(large.child("Height"));
-    if (width == 1 && height == 1) return; // stands for none
+    if (width == 1 && height == 1) return; // a placeholder: there is no picture
     const std::string address = webAddressFrom(large.child("URL").text());
     candidate.pictureUrl = unscaled(address);
     if (candidate.pictureUrl == address && !address.empty()) {
@@ -61,7 +63,7 @@ matching::Candidate candidateFrom(const xml::Element& item) {
     return candidate;
 }
 
-/** @param errors holds elements "Error" */
+/** @param errors the parent of the "Error" elements */
 void failUnlessNothingFound(const xml::Element& errors) {
     for (const xml::Element& error : errors.children("Error")) {
         const std::string code = error.child("Code").text();
@@ -73,9 +75,9 @@ void failUnlessNothingFound(const xml::Element& errors) {
     }
 }
 
-/** The document of a failure, which comes with other statuses than 200. */
+/** Throws what the error document says. Failures come with a status other than 200. */
 void failAsDocumented(const net::HttpAnswer& answer) {
-    if (answer.status == 429 || answer.status >= 500) return; // the status says enough
+    if (answer.status == 429 || answer.status >= 500) return; // the status is enough
     if (answer.body.find("ItemSearchErrorResponse") == std::string::npos) return;
     const xml::XmlDoc document = xml::parse(answer.body);
     failUnlessNothingFound(xml::Element::rootOf(*document));

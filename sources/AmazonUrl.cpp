@@ -15,7 +15,7 @@
 namespace sources {
 namespace {
 
-/** By name, as bytes: the order in which they are signed. */
+/** Sorted by name, bytewise: the signature needs this order. */
 using Arguments = std::map<std::string, std::string>;
 
 std::string queryOf(const Arguments& arguments) {
@@ -25,7 +25,7 @@ std::string queryOf(const Arguments& arguments) {
     return query;
 }
 
-/** Host and path of a URL as they are signed. */
+/** The lines for host and path in the signed text. The host is in lower case and without its port. */
 std::string signedPlace(std::string_view url) {
     constexpr std::string_view schemeEnd = "://";
     if (const auto scheme = url.find(schemeEnd); scheme != std::string_view::npos)
@@ -85,7 +85,7 @@ std::string amazonSignature(std::string_view secret, std::string_view text) {
              reinterpret_cast<const unsigned char*>(text.data()), text.size(), digest.data(),
              &length) == nullptr)
         throw util::Exception("The question can't be signed.");
-    std::array<unsigned char, (EVP_MAX_MD_SIZE + 2) / 3 * 4 + 1> base64{}; // it ends in a NUL
+    std::array<unsigned char, (EVP_MAX_MD_SIZE + 2) / 3 * 4 + 1> base64{}; // including a NUL at the end
     const int size = EVP_EncodeBlock(base64.data(), digest.data(), static_cast<int>(length));
     return {reinterpret_cast<const char*>(base64.data()), static_cast<std::size_t>(size)};
 }

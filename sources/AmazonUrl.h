@@ -11,27 +11,27 @@
 
 namespace sources {
 
-/** What a search among the products needs. */
+/** Access to the product search. */
 struct AmazonAccess {
-    std::string url; // base
+    std::string url; // base URL
     std::string key;
     std::string secret;
     std::string tag; // may be empty
 };
 
-/** As the parameters say; nothing where the key or its secret isn't set. */
+/** Read from the parameters; nothing if the key or its secret isn't set. */
 [[nodiscard]] std::optional<AmazonAccess> amazonAccess(const ParameterReader& parameter);
 
 /**
- * The search for an album, signed; valid for 15 minutes from `now`, as the service has it. fullUrl() has what
- * a client would open.
- * @param page of the results; the service knows 1 to 10, others count as the nearest of these
- * @throws util::Exception when it can't be signed
+ * A signed search for an album. The service accepts it for 15 minutes from `now`. fullUrl() gives the URL to
+ * open.
+ * @param page the page of results; clamped to 1 to 10, which is what the service knows
+ * @throws util::Exception when signing fails
  */
 [[nodiscard]] Request amazonSearch(const AmazonAccess& access, const Names& names, int page,
                                    std::chrono::system_clock::time_point now);
 
-/** HMAC-SHA256 in Base64. @throws util::Exception */
+/** HMAC-SHA256 in Base64. @throws util::Exception when signing fails */
 [[nodiscard]] std::string amazonSignature(std::string_view secret, std::string_view text);
 
 } // namespace sources

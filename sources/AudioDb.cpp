@@ -35,7 +35,7 @@ public:
 
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 3s, .burst = 10}; }
 
-    /** It wants both the artist and the album. */
+    /** The service needs both the artist and the album. */
     [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {
         std::vector<Request> requests;
         for (const Names& names : albumNames(question)) {

@@ -16,19 +16,18 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t maxAnswerBytes = std::size_t{4} * 1024 * 1024;
-constexpr std::chrono::hours emptyAnswerAge = 24h; // somebody may add the album, or its cover
+constexpr std::chrono::hours emptyAnswerAge = 24h; // the album or its cover may be added soon
 constexpr int maxTries = 4;
 constexpr std::chrono::seconds longestPause = 10min;
 
-/** How long a service is left alone that has failed so often in a row: not at all for what may be an
- * accident. */
+/** How long to pause a service after so many failures in a row. The first few may be accidents: no pause. */
 std::chrono::seconds pauseAfter(int failures) {
     constexpr int patience = 3;
     if (failures < patience) return 0s;
     return std::min(longestPause, std::chrono::seconds(1min) * (1 << std::min(failures - patience, 10)));
 }
 
-/** A clock that was put back makes no pause longer. */
+/** A pause beyond maxRetryAfter is ignored: the clock was set back. */
 bool isPaused(const store::ServiceState& state, store::Clock::time_point now) {
     return state.pausedUntil > now && state.pausedUntil <= now + net::maxRetryAfter;
 }
@@ -44,7 +43,7 @@ std::string keyOf(const Service& service, const Request& request) {
 
 } // namespace
 
-/** A request on its way. */
+/** A request, from sending to its answer, with all retries. */
 struct Conversation::Errand {
     const Service& service;
     Request request;
@@ -85,7 +84,7 @@ bool Conversation::isKept(const Service& service, const Request& request) {
     return keptCandidates(service, request, store::Clock::now()).has_value();
 }
 
-/** What another version of this program has kept doesn't count. */
+/** An answer kept by another version of this program counts as missing. */
 std::optional<std::vector<matching::Candidate>>
 Conversation::keptCandidates(const Service& service, const Request& request, store::Clock::time_point now) {
     const auto kept = store_.keptAnswer(keyOf(service, request), now);
@@ -97,7 +96,10 @@ Conversation::keptCandidates(const Service& service, const Request& request, sto
     }
 }
 
-/** @param begin not before; the service's turn may come later  @return false when it comes too late */
+/**
+ * @param begin the earliest time; the service's turn may come later
+ * @return false if its turn comes after the deadline
+ */
 bool Conversation::send(const std::shared_ptr<Errand>& errand, store::Clock::time_point begin) {
     const auto turn = store_.reserveTurn(errand->service.name(), errand->service.pace(), begin, deadline_);
     if (!turn) return false;
@@ -127,7 +129,10 @@ void Conversation::receive(const std::shared_ptr<Errand>& errand, const net::Htt
     errand->done(std::move(answer));
 }
 
-/** A service that only had too much to do may have time in a second. Others leave it alone meanwhile. */
+/**
+ * Retries after a second or more: an overloaded service may recover soon. If the service asks for a pause,
+ * the store tells the other processes about it.
+ */
 bool Conversation::askAgain(const std::shared_ptr<Errand>& errand, const Busy& busy) {
     if (errand->tries >= maxTries) return false;
     const std::chrono::seconds asked = busy.retryAfter().value_or(0s);
@@ -135,7 +140,7 @@ bool Conversation::askAgain(const std::shared_ptr<Errand>& errand, const Busy& b
     return send(errand, store::Clock::now() + std::max(asked, 1s * (1 << (errand->tries - 1))));
 }
 
-/** Keeps what is worth it. An answer is not less worth for lack of a place to keep it. */
+/** Caching is best effort: a failure only slows the next request. */
 void Conversation::note(const Errand& errand, const Answer& answer, const std::optional<Busy>& busy) {
     try {
         if (answer.failure.empty()) {
@@ -155,7 +160,7 @@ void Conversation::keep(const Errand& errand, const std::vector<matching::Candid
     store_.keepAnswer(keyOf(errand.service, errand.request), toText(candidates), store::Clock::now() + age);
 }
 
-/** Not what it has asked for itself: that holds, whatever else was already on its way. */
+/** A success resets the failure count, but not a pause: answers to earlier requests may arrive during it. */
 void Conversation::forgive(const Service& service) {
     store::ServiceState state = store_.serviceState(service.name());
     if (state == store::ServiceState{}) return;
@@ -166,14 +171,14 @@ void Conversation::forgive(const Service& service) {
 
 void Conversation::noteFailure(const Service& service, const Busy& busy) {
     store::ServiceState state = store_.serviceState(service.name());
-    if (failed_.emplace(service.name()).second) { // not for each of several pictures
+    if (failed_.emplace(service.name()).second) { // counts once per look-up, not for each picture
         ++state.failures;
         store_.setServiceState(service.name(), state);
     }
     pause(service, busy.what(), std::max(busy.retryAfter().value_or(0s), pauseAfter(state.failures)));
 }
 
-/** It is left alone for so long at least. */
+/** Extends a pause, never shortens it. */
 void Conversation::pause(const Service& service, const std::string& reason, std::chrono::seconds length) {
     const auto now = store::Clock::now();
     store::ServiceState state = store_.serviceState(service.name());

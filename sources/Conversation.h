@@ -17,28 +17,31 @@
 namespace sources {
 
 /**
- * Gets single requests answered: out of the store where their answers are kept, from the web otherwise, at
- * the pace of each service and not while it is left alone. One thread.
+ * Answers single requests, from the store if an answer is kept there, else from the web. Keeps to the pace of
+ * each service, and sends nothing to a paused one. One thread.
  */
 class Conversation {
 public:
     struct Answer {
         std::vector<matching::Candidate> candidates;
-        bool kept = false;   // nothing went out
-        std::string failure; // a sentence; empty where it was answered
+        bool kept = false;   // from the store; no request was sent
+        std::string failure; // a sentence; empty on success
     };
     using Done = std::function<void(Answer answer)>;
 
-    /** All of it ends with the settings' time. `store` must live as long. @throws util::Exception */
+    /**
+     * Everything ends when `settings.timeout` is over. `store` must outlive this object.
+     * @throws util::Exception
+     */
     Conversation(store::CoverStore& store, const LookupSettings& settings);
 
-    /** `done` is called once: at once, or by run(). The service must live until then. */
+    /** Calls `done` exactly once: immediately, or from run(). The service must live until then. */
     void ask(const Service& service, const Request& request, Done done);
 
-    /** Whether ask() would have an answer without anything going out. */
+    /** Whether ask() could answer without sending a request. */
     [[nodiscard]] bool isKept(const Service& service, const Request& request);
 
-    /** Returns when everything is answered, or has failed. */
+    /** Returns when every request has an answer or has failed. */
     void run();
 
 private:
@@ -59,8 +62,8 @@ private:
     store::CoverStore& store_;
     LookupSettings settings_;
     store::Clock::time_point deadline_;
-    std::set<std::string, std::less<>> failed_; // services of which that is noted
-    std::unique_ptr<net::HttpFetches> fetches_; // made when there is something to fetch
+    std::set<std::string, std::less<>> failed_; // services with a failure that is counted already
+    std::unique_ptr<net::HttpFetches> fetches_; // made for the first request that is sent
 };
 
 } // namespace sources

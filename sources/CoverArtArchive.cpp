@@ -12,8 +12,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** The archive's index of an album is as old as its last change: many write http where https has been served
- * for years. */
+/**
+ * Replaces http by https for the archive's own servers. An album's index is as old as its last change, so
+ * many indexes still say http, though https has worked for years.
+ */
 std::string upgraded(std::string address) {
     constexpr std::string_view plain = "http://";
     if (!address.starts_with(plain)) return address;
@@ -46,7 +48,7 @@ bool hasFrontType(const json::Value& image) {
                                [](const json::Value& type) { return type == "Front"; });
 }
 
-/** Null where there is none. */
+/** Null if there is none. */
 const json::Value* frontOf(const json::Value::array_t& images) {
     for (const auto isFront : {isMainFront, hasFrontType})
         for (const json::Value& image : images)
@@ -68,7 +70,7 @@ public:
     }
 
     [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
-        if (answer.status == 404) return {}; // there is no cover
+        if (answer.status == 404) return {}; // the album has no cover
         needSuccess(answer);
         const json::Value index = json::parse(answer.body);
         const json::Value& images = json::member(index, "images");

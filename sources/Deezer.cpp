@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** The service has a picture for albums that have none: its address lacks the picture's hash. */
+/** Empty for the placeholder that the service gives albums without a cover: its URL has no hash. */
 std::string coverIn(const json::Value& album, std::string_view name) {
     std::string address = json::webAddress(album, name);
     return address.find("/images/cover//") == std::string::npos ? address : std::string();
@@ -49,7 +49,7 @@ matching::Candidate candidateFrom(const json::Value& hit) {
     return candidate;
 }
 
-/** Failures come with the status 200. @return whether there is just nothing to be found */
+/** Failures come with status 200. @return whether the error only means that nothing was found */
 bool meansNothing(const json::Value& error) {
     const std::string code = json::digits(error, "code");
     if (code == "4") throw Busy("The service was asked too often.");
@@ -63,7 +63,7 @@ public:
 
     [[nodiscard]] std::string_view name() const noexcept override { return "deezer"; }
 
-    /** It allows 50 in any 5 seconds. */
+    /** The service allows 50 requests in 5 seconds. */
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 200ms, .burst = 25}; }
 
     [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {

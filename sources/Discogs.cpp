@@ -13,7 +13,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** A star marks a name that differs from the artist's usual one, a number in brackets those of the same name.
+/**
+ * Removes Discogs's marks: a star for a variant of the artist's usual name ("Name*"), a number to tell apart
+ * artists of the same name ("Name (2)").
  */
 std::string artistFrom(std::string_view text) {
     while (text.ends_with('*'))
@@ -33,7 +35,7 @@ std::string pictureIn(const json::Value& hit, std::string_view name) {
     return address.find("spacer.gif") == std::string::npos ? address : std::string();
 }
 
-/** @param formats what it comes on, and as what: "CD", "Album", "Promo" */
+/** @param formats media and kinds of release: "CD", "Album", "Promo" */
 void addFormats(const json::Value& formats, matching::Candidate& candidate) {
     std::vector<matching::ReleaseKind> kinds;
     for (const json::Value& format : json::elements(formats)) {
@@ -72,7 +74,7 @@ public:
 
     [[nodiscard]] std::string_view name() const noexcept override { return "discogs"; }
 
-    /** It allows 60 in any minute. */
+    /** The service allows 60 requests a minute. */
     [[nodiscard]] store::Pace pace() const noexcept override { return {.interval = 1500ms, .burst = 20}; }
 
     [[nodiscard]] std::vector<Request> requests(const matching::Question& question) const override {

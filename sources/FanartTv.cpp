@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int side = 1000; // of every cover
+constexpr int side = 1000; // in pixels, of every cover
 
 std::string thumbnailOf(std::string address) {
     constexpr std::string_view folder = "/fanart/";
@@ -19,8 +19,10 @@ std::string thumbnailOf(std::string address) {
     return found == std::string::npos ? std::string() : address.replace(found, folder.size(), "/preview/");
 }
 
-/** The only album of the answer, in its older and its newer form. Null where there are others: whose covers
- * those are can't be said. */
+/**
+ * The only album of the answer, in the service's older or newer form. Null if there are several: it is
+ * unclear which one has the covers.
+ */
 const json::Value* onlyAlbum(const json::Value& albums) {
     const auto& byId = json::members(albums);
     const auto& listed = json::elements(albums);
@@ -38,13 +40,13 @@ public:
 
     [[nodiscard]] std::optional<Request> request(const matching::Candidate& album) const override {
         if (!isMbid(album.groupId)) return std::nullopt;
-        // In a header it would follow a redirect to wherever that leads.
+        // The key is in the query: a header would be sent on to the target of a redirect.
         return Request{.url = url_ + "/v3/music/albums/" + album.groupId,
                        .secretQuery = "?api_key=" + net::urlEncoded(key_)};
     }
 
     [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
-        if (answer.status == 404) return {}; // there is no picture
+        if (answer.status == 404) return {}; // the album has no picture
         needSuccess(answer);
         const json::Value reply = json::parse(answer.body);
         const json::Value& albums = json::member(reply, "albums");

@@ -13,8 +13,7 @@ namespace {
 
 bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
-/** Whether `text` has the form of `pattern`, in which "0" stands for a digit and "x" for a hexadecimal one.
- */
+/** Whether `text` matches `pattern`: "0" stands for a digit, "x" for a hexadecimal digit in lower case. */
 bool hasForm(std::string_view text, std::string_view pattern) noexcept {
     return std::ranges::equal(text, pattern, [](char c, char form) {
         if (form == '0') return isDigit(c);

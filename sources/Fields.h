@@ -9,47 +9,49 @@
 #include <string_view>
 #include <vector>
 
-// What answers are made of, whatever their form. All of it comes from outside: what is too long or has
-// another form counts as not there.
+// Checks for single fields of an answer, JSON or XML. Answers come from outside: a field that is too long or
+// has an unexpected form counts as missing.
 
 namespace sources {
 
 inline constexpr std::size_t maxNameBytes = 1024;
 inline constexpr std::size_t maxParsedBytes = std::size_t{8} * 1024 * 1024;
-inline constexpr std::size_t maxCandidates = 500; // of one answer
+inline constexpr std::size_t maxCandidates = 500; // per answer
 
-/** As the artist of a sampler is written. */
+/** The artist of every sampler. */
 inline constexpr std::string_view variousArtists = "Various Artists";
 
-/** The name of an artist, album or title. */
+/** The name of an artist, an album or a title; empty if it is too long. */
 [[nodiscard]] std::string nameFrom(std::string_view text);
 
-/** The URL; empty where it is none. */
+/** `text` if it is a web address (net/Url.h), else empty. */
 [[nodiscard]] std::string webAddressFrom(std::string_view text);
 
-/** What `text` begins with, of "2004-05-17", "2004-05" and "2004". */
+/** The date at the start of `text`: "2004-05-17", "2004-05" or "2004"; else empty. */
 [[nodiscard]] std::string dateFrom(std::string_view text);
 
-/** Whether this is an id of MusicBrainz in its canonical form, the only one that is asked for. */
+/** Whether it is a MusicBrainz id in canonical form. Ids in other forms are never put into a request. */
 [[nodiscard]] bool isMbid(std::string_view text) noexcept;
 
-/** `text` if it is a canonical id. */
+/** `text` if it is a canonical id, else empty. */
 [[nodiscard]] std::string mbidFrom(std::string_view text);
 
-/** A kind as services write it, in any case: "EP", "Soundtrack". Other for words that aren't known. */
+/** The kind for a service's word, such as "EP" or "Soundtrack", in any case. Unknown words are Other. */
 [[nodiscard]] matching::ReleaseKind kindNamed(std::string_view word);
 
-/** Of all kinds that are said of an album the one that tells most: a live single is Live. */
+/** The most specific of an album's kinds: a live single is Live. */
 [[nodiscard]] matching::ReleaseKind tellingKind(const std::vector<matching::ReleaseKind>& kinds) noexcept;
 
-/** Makes "Various" the name that the others use, and what is by various artists a compilation, unless it is
- * said what it is. */
+/**
+ * Replaces the artist "Various" by `variousArtists`. Makes an album by various artists a compilation, unless
+ * its kind is more specific.
+ */
 void settleSampler(matching::Candidate& candidate);
 
-/** Whether there is room for one more. */
+/** Whether one more candidate fits below maxCandidates. */
 [[nodiscard]] bool mayGrow(const std::vector<matching::Candidate>& candidates) noexcept;
 
-/** What `candidateFrom` makes of each of `elements`, but for those without an album's name. */
+/** Calls `candidateFrom` for each element. Drops candidates without an album's name. */
 template <typename Elements, typename Make>
 [[nodiscard]] std::vector<matching::Candidate> candidatesOf(std::string_view source, const Elements& elements,
                                                             Make candidateFrom) {
@@ -63,7 +65,7 @@ template <typename Elements, typename Make>
     return candidates;
 }
 
-/** To be thrown for an answer that is none of those that are documented. */
+/** The exception for an answer that has none of the documented forms. */
 [[nodiscard]] util::Exception unexpectedAnswer();
 
 } // namespace sources

@@ -17,7 +17,10 @@ bool areDigits(std::string_view text) noexcept {
     return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
 
-/** The URL ends in a size that the server makes, as in "100x100bb.jpg"; what doesn't stays as it is. */
+/**
+ * Sets the picture's size, which is the end of the URL: "100x100bb.jpg". The server scales to any size.
+ * Returns other URLs unchanged.
+ */
 std::string withSide(const std::string& address, std::string_view side) {
     constexpr std::string_view ending = "bb.jpg";
     const auto slash = address.rfind('/');
@@ -30,7 +33,7 @@ std::string withSide(const std::string& address, std::string_view side) {
     return address.substr(0, slash + 1) + std::string(side) + 'x' + std::string(side) + std::string(ending);
 }
 
-/** Singles say so in their names. */
+/** The service marks singles in the album's name only. */
 void settleKind(matching::Candidate& candidate) {
     candidate.kind = matching::ReleaseKind::Album;
     for (const std::string_view ending : {" - Single", " - EP"}) {
@@ -52,7 +55,7 @@ matching::Candidate candidateFrom(const json::Value& hit) {
                                   .pictureUrl = withSide(artwork, "1200"),
                                   .thumbnailUrl = withSide(artwork, "250")};
     const std::string artist = json::name(hit, "artistName");
-    if (candidate.artist.empty()) candidate.artist = artist; // it is only said where it differs
+    if (candidate.artist.empty()) candidate.artist = artist; // the album's artist is sent only if it differs
     if (!candidate.title.empty()) candidate.trackArtist = artist;
     settleKind(candidate);
     settleSampler(candidate);

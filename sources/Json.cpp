@@ -12,7 +12,7 @@ namespace {
 
 constexpr int maxDepth = 32;
 
-/** Looked for before there is anything of that depth in memory. */
+/** Checks before parsing, so that a deeply nested document is never built in memory. */
 bool isTooDeep(std::string_view document) noexcept {
     int depth = 0;
     bool quoted = false;

@@ -13,8 +13,8 @@
 namespace sources {
 namespace {
 
-// [1, candidate, candidate ...], each of them an array of its texts and numbers in this order. What is kept
-// for weeks has to be short. Any change makes it another version.
+// [1, candidate, candidate ...]. A candidate is an array: its texts, then its numbers, in the order below.
+// Field names are left out: the text is kept for weeks and should be short. Any change needs a new version.
 constexpr int version = 1;
 
 constexpr std::array texts{

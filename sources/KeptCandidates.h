@@ -9,7 +9,7 @@
 
 namespace sources {
 
-/** As text, and back, for the store. @throws util::Exception for a text that this version didn't write */
+/** The text that the store keeps, and back. @throws util::Exception for a text of another version */
 [[nodiscard]] std::string toText(const std::vector<matching::Candidate>& candidates);
 [[nodiscard]] std::vector<matching::Candidate> candidatesFrom(std::string_view text);
 

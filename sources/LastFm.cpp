@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** Pictures of a star, which stand for none. */
+/** Hashes in the URLs of placeholder pictures, which show a star. */
 constexpr std::array<std::string_view, 2> placeholders{"2a96cbd8b46e442fc41c2b86b821562f",
                                                        "c6f59c1e5e7240a4c0d427abd71f3dbb"};
 
@@ -23,7 +23,7 @@ bool isPlaceholder(std::string_view address) noexcept {
     return false;
 }
 
-/** Without its size the address is that of the picture as it was uploaded. */
+/** Removes the size from the URL, which leaves the URL of the picture as it was uploaded. */
 std::string uploaded(std::string address) {
     constexpr std::string_view size = "/300x300/";
     if (const auto found = address.find(size); found != std::string::npos)
@@ -31,7 +31,7 @@ std::string uploaded(std::string address) {
     return address;
 }
 
-/** @param images small ones first */
+/** @param images smallest first */
 void addPicture(const json::Value& images, matching::Candidate& candidate) {
     for (const json::Value& image : json::elements(images)) {
         const std::string address = json::webAddress(image, "#text");
@@ -42,7 +42,7 @@ void addPicture(const json::Value& images, matching::Candidate& candidate) {
     }
 }
 
-/** @param nameMember what the album's name is called, which differs from method to method */
+/** @param nameMember the JSON member with the album's name; it depends on the method */
 matching::Candidate candidateFrom(const json::Value& album, std::string_view nameMember) {
     matching::Candidate candidate{.artist = json::name(album, "artist"),
                                   .album = json::name(album, nameMember),
@@ -73,14 +73,14 @@ std::vector<matching::Candidate> candidatesIn(const json::Value& reply) {
     return candidates;
 }
 
-/** Failures come with any status, 200 as well. @return whether there is just nothing to be found */
+/** Failures come with any status, even 200. @return whether the error only means that nothing was found */
 bool meansNothing(const std::string& error, const net::HttpAnswer& answer) {
     if (error == "6") return true;
     if (error == "11" || error == "16" || error == "29")
         throw Busy("The service has too much to do.", answer.retryAfter);
     if (error == "10" || error == "26")
         throw util::Exception("The service doesn't accept the key that is set for it.");
-    if (error.empty()) needSuccess(answer); // it is none of its own: what stands before it has too much to do
+    if (error.empty()) needSuccess(answer); // not Last.fm's own error, but a proxy's
     throw util::Exception("The service reports an error.");
 }
 

@@ -12,17 +12,19 @@
 namespace sources {
 namespace {
 
-/** Of how many albums pictures are asked for: nobody waits for more. */
+/** The number of albums to ask for pictures. More would take longer than a user waits. */
 constexpr std::size_t maxPicturedAlbums = 5;
 
-/** How much one source is asked: at MusicBrainz's pace that are some seconds. */
+/** The limit per source: a few seconds at the pace of MusicBrainz. */
 constexpr std::size_t maxRequests = 7;
 
-/** From this on nobody needs to look further. */
+/** A score that is good enough to end the search. */
 constexpr double goodScore = 0.9;
 
-/** The names without what taggers put into them, then the album whoever made it: an artist is often
- * misspelled. Each only once. */
+/**
+ * First the names without the noise of tags, then the album by any artist, because the artist is often
+ * misspelt. No request twice.
+ */
 std::vector<Request> requestsOf(const Source& source, const matching::Question& question) {
     const matching::Wanted tidy = matching::wantedBy(question);
     std::vector<Request> requests;
@@ -44,7 +46,7 @@ public:
     Run(store::CoverStore& store, const Sources& sources, matching::Judge& judge,
         const LookupSettings& settings)
         : judge_(judge), conversation_(store, settings) {
-        inquiries_.reserve(sources.albums.size()); // they are referred to, as the picture inquiries are
+        inquiries_.reserve(sources.albums.size()); // never grows later: callbacks refer to its elements
         for (const auto& source : sources.albums)
             inquiries_.push_back(
                 {*source, requestsOf(*source, judge.question()), {.name = std::string(source->name())}});
@@ -69,7 +71,7 @@ public:
     }
 
 private:
-    /** What one source is asked, one request after the other. */
+    /** The requests to one source. Each is sent after the answer to the one before. */
     struct Inquiry {
         const Source& source;
         std::vector<Request> requests;
@@ -90,11 +92,12 @@ private:
     }
 
     /**
-     * Asks those that wait for their next request, in turn, so that all are asked once before one is asked
-     * twice: answers that are kept come at once. When something good is found, nothing more goes out.
+     * Sends the next request of each waiting source. Sources take turns: kept answers come at once, and
+     * without turns one source would get its second request before another got its first. After a good match
+     * it sends first requests only, and still reads kept answers.
      */
     void goOn() {
-        if (std::exchange(goingOn_, true)) return; // it is what calls take()
+        if (std::exchange(goingOn_, true)) return; // ask() may call take(), which calls this again
         while (!waiting_.empty()) {
             Inquiry& inquiry = *waiting_.front();
             waiting_.pop_front();
@@ -126,7 +129,7 @@ private:
         goOn();
     }
 
-    /** Where pictures are asked for, an album without one isn't enough. */
+    /** If picture sources are asked, an album without a picture is not good enough. */
     void noteGood(const matching::Ranked& ranked) {
         const bool complete = pictureInquiries_.empty() || !ranked.candidate.pictureUrl.empty();
         if (complete && ranked.judgement.score >= goodScore) foundGood_ = true;
@@ -155,7 +158,7 @@ private:
         return album;
     }
 
-    /** The best ones, one of each group. */
+    /** The best albums, one per release group. */
     static std::vector<matching::Candidate> bestAlbums(const std::vector<matching::Ranked>& ranked) {
         std::vector<matching::Candidate> best;
         std::set<std::string> groups;
@@ -179,14 +182,14 @@ private:
         }
     }
 
-    std::deque<Inquiry*> waiting_; // to be asked their next request
+    std::deque<Inquiry*> waiting_; // for their next request
     bool goingOn_ = false;
     bool foundGood_ = false;
     matching::Judge& judge_;
     Conversation conversation_;
     std::vector<Inquiry> inquiries_;
     std::vector<PictureInquiry> pictureInquiries_;
-    std::set<std::string> asked_; // URLs of pictures
+    std::set<std::string> asked_; // URLs of picture requests
 };
 
 } // namespace

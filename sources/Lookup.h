@@ -15,42 +15,41 @@
 namespace sources {
 
 struct LookupSettings {
-    std::chrono::milliseconds timeout = std::chrono::seconds(8); // for all of it
-    std::chrono::hours answerAge = std::chrono::days(30); // how long answers hold; empty ones a day at most
+    std::chrono::milliseconds timeout = std::chrono::seconds(8); // for the whole look-up
+    std::chrono::hours answerAge = std::chrono::days(30);        // of kept answers; empty ones: a day at most
     net::PrivateAddresses privateAddresses = net::PrivateAddresses::Allow;
 };
 
 enum class SourceState {
-    Idle,     // there was nothing to ask it
-    Kept,     // all that it was to be asked it had answered before
-    Answered, // the web was asked
-    Failed,   // something is missing
+    Idle,     // there was nothing to ask
+    Kept,     // all answers came from the store
+    Answered, // at least one answer came from the web
+    Failed,   // at least one request failed
 };
 
-/** What became of one source. */
+/** The outcome for one source. */
 struct SourceReport {
     std::string name;
     SourceState state = SourceState::Idle;
-    std::size_t found = 0; // candidates, whether they fit or not
-    std::string reason;    // why it failed, a sentence
+    std::size_t found = 0; // candidates, including those that don't fit
+    std::string reason;    // of a failure: a sentence
 };
 
 struct LookupResult {
-    std::vector<matching::Candidate> candidates; // in the order of their sources, those that fit
-    std::vector<SourceReport> reports;           // one of each source, in their order
+    std::vector<matching::Candidate> candidates; // those that fit, ordered by source
+    std::vector<SourceReport> reports;           // one per source, in the same order
 };
 
-/** Whom to ask, in the order in which they are named. */
+/** The sources to ask, in the configured order. */
 struct Sources {
     std::vector<std::unique_ptr<Source>> albums;
-    std::vector<std::unique_ptr<PictureSource>> pictures; // of the best albums that are found
+    std::vector<std::unique_ptr<PictureSource>> pictures; // asked about the best albums found
 };
 
 /**
- * Asks all sources side by side for what `judge` judges by, and returns when they are done, or when the time
- * is over. What they answer is kept in `store`; a source that keeps failing, or wants it so, is left alone
- * for a while.
- * @throws util::Exception when the store fails; what befalls a source stands in its report
+ * Asks all sources in parallel about the question of `judge`. Returns when all are done or the time is over.
+ * Keeps the answers in `store`. Pauses a source that keeps failing or asks for a pause.
+ * @throws util::Exception when the store fails; a source's failure is in its report
  */
 [[nodiscard]] LookupResult lookUp(store::CoverStore& store, const Sources& sources, matching::Judge& judge,
                                   const LookupSettings& settings);

@@ -10,7 +10,7 @@
 namespace sources::lucene {
 namespace {
 
-constexpr std::size_t maxSimilarWords = 16; // each of them is dear for the server
+constexpr std::size_t maxSimilarWords = 16; // each of them costs the server much time
 constexpr std::ptrdiff_t minSimilarLetters = 4;
 
 std::string escaped(std::string_view text, std::string_view special) {

@@ -8,14 +8,14 @@
 
 namespace sources::lucene {
 
-/** `field:"text"`: the words of `text`, which mustn't be blank, one behind the other. */
+/** `field:"text"`: finds the words of `text` next to each other. `text` must not be blank. */
 [[nodiscard]] std::string phrase(std::string_view field, std::string_view text);
 
-/** `text` as a bare word, with nothing in it that means something to the server. */
+/** `text` as a bare word. Operators and special characters in it are escaped. */
 [[nodiscard]] std::string word(std::string_view text);
 
 /**
- * `field:(some~ AND of AND these~)`: all of them, and those that are long enough also misspelt.
+ * `field:(some~ AND of AND these~)`: finds all the words. Long words may be misspelt.
  * @param foldedText text::folded(), not empty
  */
 [[nodiscard]] std::string similar(std::string_view field, std::string_view foldedText);

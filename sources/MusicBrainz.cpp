@@ -14,14 +14,14 @@ namespace sources {
 namespace {
 
 constexpr std::string_view documentNameSpace = "http://musicbrainz.org/ns/mmd-2.0#";
-constexpr std::string_view variousArtistsId = "89ad4ac3-39f7-470e-963a-56509c546377"; // of any credited name
+constexpr std::string_view variousArtistsId = "89ad4ac3-39f7-470e-963a-56509c546377"; // for any credited name
 constexpr std::string_view releasePages = "https://musicbrainz.org/release/";
 
 std::string nameIn(const xml::Element& parent, std::string_view child) {
     return nameFrom(parent.child(child).text());
 }
 
-/** The artist as credited: names and what joins them. */
+/** The artist as credited: the names and the phrases between them. */
 std::string creditedArtist(const xml::Element& credit) {
     std::string artist;
     for (const xml::Element& part : credit.children("name-credit")) {
@@ -78,11 +78,11 @@ void addRecording(const xml::Element& recording, std::vector<matching::Candidate
     for (std::size_t i = before; i < candidates.size(); ++i) {
         candidates[i].title = title;
         candidates[i].trackArtist = artist;
-        if (candidates[i].artist.empty()) candidates[i].artist = artist; // it is only said where it differs
+        if (candidates[i].artist.empty()) candidates[i].artist = artist; // sent only if it differs
     }
 }
 
-/** What is sought, in the fields of one kind of search. */
+/** @param field "release" or "recording", which contains the name of the work */
 std::string exactQuery(std::string_view field, const Names& names) {
     const std::string work = lucene::phrase(field, names.work);
     return names.artist.empty() ? work : work + " AND " + lucene::phrase("artist", names.artist);
@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    /** @param field of the name, and the kind of thing that is sought as well */
+    /** @param field "release" or "recording": the kind of thing to find, and the field with its name */
     void addSearches(std::string_view field, int limit, const std::vector<Names>& spellings,
                      std::vector<Request>& requests) const {
         const auto add = [&](const std::string& query) {

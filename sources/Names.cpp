@@ -8,7 +8,7 @@
 namespace sources {
 namespace {
 
-/** Nobody's name is that long, and no service takes such a question. */
+/** No name is longer than that, and services refuse longer questions. */
 bool canBeSought(const std::string& name) {
     return name.size() <= maxNameBytes && !text::folded(name).empty();
 }

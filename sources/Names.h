@@ -8,7 +8,7 @@
 
 namespace sources {
 
-/** What to look for: a work, never blank, and its artist, empty where it isn't to matter. */
+/** What to search for. The work is never blank; an empty artist matches any artist. */
 struct Names {
     std::string artist;
     std::string work;
@@ -16,14 +16,16 @@ struct Names {
     bool operator==(const Names&) const = default;
 };
 
-/** The album's names as they are, then without stop words where that makes a difference; none where there is
- * no album. The artist of a sampler's song says nothing about the album, and is left out. */
+/**
+ * The album's names as they are, then without stop words if that makes a difference; empty without an album.
+ * Leaves out the artist of a sampler's song: that artist says nothing about the album.
+ */
 [[nodiscard]] std::vector<Names> albumNames(const matching::Question& question);
 
-/** The same for the title, always with the artist. */
+/** The same for the title, but the artist stays, even for a sampler. */
 [[nodiscard]] std::vector<Names> titleNames(const matching::Question& question);
 
-/** Both as plain words. */
+/** Artist and work, separated by a blank. */
 [[nodiscard]] std::string words(const Names& names);
 
 } // namespace sources

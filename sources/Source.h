@@ -17,31 +17,31 @@
 
 namespace sources {
 
-/** A service that has to be left alone for a while, as it said. */
+/** The service asks for a pause, or is out of order for a while. */
 class Busy : public util::Exception {
 public:
     explicit Busy(const std::string& text, std::optional<std::chrono::seconds> retryAfter = std::nullopt)
         : util::Exception(text), retryAfter_(retryAfter) {}
 
-    /** For how long, where it said so. */
+    /** How long to wait, if the service said so. */
     [[nodiscard]] std::optional<std::chrono::seconds> retryAfter() const noexcept { return retryAfter_; }
 
 private:
     std::optional<std::chrono::seconds> retryAfter_;
 };
 
-/** What is asked of a service over the web. */
+/** One request to a web service. */
 struct Request {
-    /** Stands in `url` for `secretSegment`. No name can bring it in, as braces are escaped in URLs. */
+    /** Placeholder in `url` for `secretSegment`. No name can contain it: braces are escaped in URLs. */
     static constexpr std::string_view secretMark = "{key}";
 
-    std::string url;              // without what is secret or changes with time: the answer is kept under it
-    std::string secretQuery = {}; // to be appended to the URL: "&api_key=..."
+    std::string url;                       // without secrets and timestamps: the answer is kept under it
+    std::string secretQuery = {};          // appended to the URL: "&api_key=..."
     std::vector<std::string> headers = {}; // "Authorization: ..."
-    std::string secretSegment = {};        // where the key is a part of the path
+    std::string secretSegment = {};        // for a key in the path
 };
 
-/** The URL to be fetched, with all that is secret. */
+/** The URL to fetch, including all secrets. */
 [[nodiscard]] std::string fullUrl(const Request& request);
 
 /** A web service. Immutable. */
@@ -52,16 +52,16 @@ public:
     Service& operator=(const Service&) = delete;
     virtual ~Service() = default;
 
-    /** As the parameter `sources` and the documents name it: small letters. */
+    /** The name in the parameter `sources` and in the answers, in lower case. */
     [[nodiscard]] virtual std::string_view name() const noexcept = 0;
 
     /** How often it may be asked, by all processes together. */
     [[nodiscard]] virtual store::Pace pace() const noexcept = 0;
 
     /**
-     * What the answer says; nothing where it says that there is nothing.
-     * @throws Busy when the service wants to be left alone
-     * @throws util::Exception when it failed, or this is not what it answers
+     * The candidates in the answer; empty if the service found nothing.
+     * @throws Busy when the service asks for a pause
+     * @throws util::Exception when the service failed or the answer has an unknown form
      */
     [[nodiscard]] virtual std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const = 0;
 };
@@ -69,23 +69,27 @@ public:
 /** A service that finds albums. */
 class Source : public Service {
 public:
-    /** What to ask, the best first: each of them only when those before it found nothing that fits. None
-     * where it can't be asked about such a song. */
+    /**
+     * The requests to send, best first. Each one is sent only if those before it found nothing that fits.
+     * Empty if the service can't search for such a song.
+     */
     [[nodiscard]] virtual std::vector<Request> requests(const matching::Question& question) const = 0;
 };
 
-/** A service that knows pictures of albums that others found. Its candidates have nothing but what belongs to
- * the picture. */
+/**
+ * A service with pictures of albums that other services found. Its candidates hold only the fields of the
+ * picture.
+ */
 class PictureSource : public Service {
 public:
-    /** Nothing where it can't know this album. */
+    /** Nothing if the service can't know this album. */
     [[nodiscard]] virtual std::optional<Request> request(const matching::Candidate& album) const = 0;
 };
 
-/** Hands out the value of a parameter: a base URL without a "/" at its end, a key ... */
+/** Returns the value of a parameter, such as a key or a base URL. A base URL has no "/" at its end. */
 using ParameterReader = std::function<std::string(std::string_view name)>;
 
-// One of each source, as its parameters say (docs/parameters.md); null where it needs a key that isn't set.
+// Each source, made from its parameters (docs/parameters.md); null if it needs a key that isn't set.
 [[nodiscard]] std::unique_ptr<Source> musicBrainz(const ParameterReader& parameter);
 [[nodiscard]] std::unique_ptr<Source> itunes(const ParameterReader& parameter);
 [[nodiscard]] std::unique_ptr<Source> deezer(const ParameterReader& parameter);
@@ -96,10 +100,13 @@ using ParameterReader = std::function<std::string(std::string_view name)>;
 [[nodiscard]] std::unique_ptr<PictureSource> coverArtArchive(const ParameterReader& parameter);
 [[nodiscard]] std::unique_ptr<PictureSource> fanartTv(const ParameterReader& parameter);
 
-/** A parameter's value as a key; empty where it has characters that could do harm in a header or a URL. */
+/** A parameter's value as a key; empty if it contains characters that are unsafe in a header or a URL. */
 [[nodiscard]] std::string usableKey(const ParameterReader& parameter, std::string_view name);
 
-/** @throws Busy for status 429 and those from 500 on, which pass, util::Exception for all others but 200 */
+/**
+ * @throws Busy for status 429 and from 500 on, because these pass
+ * @throws util::Exception for any other status except 200
+ */
 void needSuccess(const net::HttpAnswer& answer);
 
 } // namespace sources

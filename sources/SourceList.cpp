@@ -26,7 +26,7 @@ constexpr std::array entries = {
 
 constexpr std::string_view separators = ", ";
 
-/** Takes the first name off the list; empty at its end. */
+/** Removes the first name from the list and returns it; empty at the end of the list. */
 std::string_view takeName(std::string_view& list) noexcept {
     list.remove_prefix(std::min(list.find_first_not_of(separators), list.size()));
     const std::string_view name = list.substr(0, std::min(list.find_first_of(separators), list.size()));

@@ -8,10 +8,10 @@
 
 namespace sources {
 
-/** Whether `list` has nothing but names of sources, with commas or blanks between them. */
+/** Whether `list` contains only names of sources, separated by commas or blanks. */
 [[nodiscard]] bool areSourceNames(std::string_view list) noexcept;
 
-/** The sources of such a list that have what they need to be asked, each once. */
+/** The sources in such a list, each once. Leaves out sources without a key they need. */
 [[nodiscard]] Sources sourcesOf(std::string_view list, const ParameterReader& parameter);
 
 } // namespace sources

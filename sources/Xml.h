@@ -12,7 +12,7 @@ namespace sources::xml {
 
 using Element = xml::XmlElement;
 
-/** @throws util::Exception for what is no XML document, has a DTD or more than maxParsedBytes */
+/** @throws util::Exception if it isn't XML, has a DTD, or is larger than maxParsedBytes */
 [[nodiscard]] inline xml::XmlDoc parse(const std::string& document) {
     return xml::parseXml(document, maxParsedBytes);
 }
