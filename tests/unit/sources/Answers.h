@@ -3,7 +3,7 @@
 
 #include <string>
 
-// Answers as the services give them, cut down to what matters and to names that nobody has.
+// Answers in the services' formats, shortened to the fields that matter. All names are made up.
 
 namespace tests::answers {
 

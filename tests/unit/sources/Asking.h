@@ -18,7 +18,7 @@ using matching::Question;
 using matching::ReleaseKind;
 using matching::ReleaseStatus;
 
-/** All that sources read, but for what is given. */
+/** All parameters that sources read; `given` replaces some of them. */
 inline sources::ParameterReader parameters(std::map<std::string, std::string, std::less<>> given = {}) {
     std::map<std::string, std::string, std::less<>> all{{"musicBrainzUrl", "https://mb.test"},
                                                         {"musicBrainzPause", "1000"},
@@ -59,7 +59,7 @@ inline std::vector<std::string> urls(const sources::Source& source, const Questi
 
 using Urls = std::vector<std::string>;
 
-/** What the service says to an answer; "" when it takes it, "busy: ..." when it wants to be left alone. */
+/** The error sentence for an answer: "" if parse() accepts it, "busy: ..." if it throws Busy. */
 inline std::string complaint(const sources::Service& service, const net::HttpAnswer& answer) {
     try {
         (void)service.parse(answer);
@@ -71,7 +71,7 @@ inline std::string complaint(const sources::Service& service, const net::HttpAns
     }
 }
 
-/** Holds for every service: what it does with answers that are none. */
+/** Checks that a service refuses errors and answers in unknown forms. All services share this rule. */
 inline void expectRefusals(const sources::Service& service) {
     EXPECT_EQ(complaint(service, answer("", 503)), "busy: The service has too much to do.");
     EXPECT_EQ(complaint(service, answer("", 429)), "busy: The service has too much to do.");

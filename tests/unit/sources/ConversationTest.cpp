@@ -26,12 +26,12 @@ const std::vector<Candidate> lanterns{{.artist = "Lowbeam", .album = "Paper Lant
 const std::string tooMuch = "The service has too much to do.";
 const std::string notInTime = "It can't be asked again in time.";
 
-/** A moment that is some time ahead of some moment of the test. */
+/** A point in time at a fixed distance from now, with the tolerance that a test needs. */
 class Near {
 public:
     explicit Near(Clock::duration after) : begin_(Clock::now() + after - 1ms), after_(after) {}
 
-    /** `moment` is in whole milliseconds, as the store keeps it. */
+    /** `moment` is in whole milliseconds, because the store rounds it. */
     [[nodiscard]] bool holds(Clock::time_point moment) const {
         return moment >= begin_ && moment <= Clock::now() + after_;
     }
@@ -43,7 +43,7 @@ private:
 
 class ConversationTest : public testing::Test {
 protected:
-    /** Asks for a path in a conversation of its own, and notes what is said on standard error. */
+    /** Requests a path in a new conversation, and captures standard error. */
     Conversation::Answer ask(const std::string& path, const tests::FakeSource& service) {
         return send({.url = web_.url(path)}, service);
     }
@@ -161,7 +161,7 @@ TEST_F(ConversationTest, AnAnswerThatIsNoneDoesNotCountAgainstTheServiceNorForIt
 }
 
 TEST_F(ConversationTest, CountsFailuresAndPausesAfterTheThirdForTwiceAsLongEachTime) {
-    const tests::LoopbackSocket nobody; // refuses
+    const tests::LoopbackSocket nobody; // refuses connections
     const sources::Request request{.url = nobody.url("/a")};
     const std::vector<Clock::duration> pauses{0min, 0min, 1min, 2min, 4min, 8min, 10min, 10min};
     for (std::size_t i = 0; i < pauses.size(); ++i) {
@@ -173,7 +173,7 @@ TEST_F(ConversationTest, CountsFailuresAndPausesAfterTheThirdForTwiceAsLongEachT
         EXPECT_EQ(now.failures, static_cast<int>(i) + 1);
         EXPECT_EQ(now.reason, failure);
         EXPECT_TRUE(pause.holds(now.pausedUntil)) << i;
-        now.pausedUntil = {}; // time goes by
+        now.pausedUntil = {}; // the pause is over
         store_.setServiceState("one", now);
     }
 }
@@ -214,7 +214,7 @@ TEST_F(ConversationTest, WhatAServiceHasAskedForHoldsWhateverElseArrives) {
     const Clock::time_point until = Clock::now() + 300s;
     store_.setServiceState("one", {.failures = 2, .reason = "x", .pausedUntil = until});
     Conversation conversation(store_, settings_);
-    store_.setServiceState("one", {}); // asked before it said so
+    store_.setServiceState("one", {}); // the request leaves before the pause begins
     web_.answer("/a", {found(lanterns)});
     conversation.ask(service_, {.url = web_.url("/a")},
                      [&](const Conversation::Answer& answer) { EXPECT_EQ(answer.candidates, lanterns); });

@@ -30,7 +30,7 @@ TEST(Deezer, ReadsAlbums) {
                                            .thumbnailUrl = "https://cdn.test/images/cover/aa/250x250.jpg",
                                            .widthPixels = 1000,
                                            .heightPixels = 1000},
-                                          {.source = "deezer", // and no picture of nothing
+                                          {.source = "deezer", // its cover is the placeholder
                                            .artist = "Various Artists",
                                            .album = "Bare",
                                            .kind = ReleaseKind::Compilation,

@@ -17,7 +17,7 @@
 
 namespace tests {
 
-/** What FakeSource and FakePictures understand. */
+/** An answer in the form that FakeSource and FakePictures can parse. */
 inline std::string found(const std::vector<matching::Candidate>& candidates) {
     return httpAnswer(sources::toText(candidates));
 }
@@ -26,25 +26,25 @@ inline std::string busy(std::string_view headers = "") {
     return httpAnswer("", "503 Service Unavailable", headers);
 }
 
-/** A web server that answers path by path, and nothing found to any path that it wasn't told of. */
+/** A web server with set answers for some paths. For any other path it answers that nothing was found. */
 class FakeWeb {
 public:
     [[nodiscard]] std::string url(std::string_view path) const { return server_.url(path); }
 
-    /** `answers` one after the other; the last one stays. */
+    /** Sends `answers` one after the other, then the last one again and again. */
     void answer(const std::string& path, std::vector<std::string> answers) {
         const std::lock_guard lock(mutex_);
         std::ranges::reverse(answers);
         answers_[path] = std::move(answers);
     }
 
-    /** The paths that were asked for so far, in the order in which they came. */
+    /** The requested paths so far, in order of arrival. */
     [[nodiscard]] std::vector<std::string> asked() {
         const std::lock_guard lock(mutex_);
         return asked_;
     }
 
-    /** All of the last request. */
+    /** Request line and headers of the last request. */
     [[nodiscard]] std::string lastHead() {
         const std::lock_guard lock(mutex_);
         return lastHead_;
@@ -64,7 +64,7 @@ private:
     }
 
     std::mutex mutex_;
-    std::map<std::string, std::vector<std::string>> answers_; // the next one last; guarded by mutex_
+    std::map<std::string, std::vector<std::string>> answers_; // next one last; guarded by mutex_
     std::vector<std::string> asked_;                          // guarded by mutex_
     std::string lastHead_;                                    // guarded by mutex_
     LoopbackServer server_{[this](Client& client, const std::string& head) {
@@ -80,7 +80,7 @@ inline std::vector<matching::Candidate> parsed(const net::HttpAnswer& answer) {
     return sources::candidatesFrom(answer.body);
 }
 
-/** A source that asks what the test says. */
+/** A source with requests that the test chooses. */
 class FakeSource : public sources::Source {
 public:
     using Ask = std::function<std::vector<sources::Request>(const matching::Question& question)>;
@@ -103,7 +103,7 @@ private:
     store::Pace pace_;
 };
 
-/** A source of pictures, of albums that have a group. */
+/** A picture source for albums that have a group. */
 class FakePictures : public sources::PictureSource {
 public:
     FakePictures(std::string name, std::string url) : name_(std::move(name)), url_(std::move(url)) {}

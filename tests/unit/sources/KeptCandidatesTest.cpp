@@ -34,7 +34,7 @@ TEST(CandidateText, ComesBackAsItWas) {
 
 TEST(CandidateText, HoldsMoreThanAnAnswer) {
     Candidate large = full();
-    large.album = std::string(1024, '\x01'); // which takes six bytes each
+    large.album = std::string(1024, '\x01'); // six bytes each in JSON
     large.artist = large.title = large.trackArtist = large.album;
     const std::vector<Candidate> many(500, large);
     EXPECT_EQ(candidatesFrom(toText(many)), many);

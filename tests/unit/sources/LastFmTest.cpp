@@ -41,7 +41,7 @@ TEST(LastFm, ReadsAnAlbum) {
 }
 
 TEST(LastFm, ReadsTheAlbumOfATrack) {
-    const std::vector<Candidate> expected{{.source = "lastfm", // the picture is a star
+    const std::vector<Candidate> expected{{.source = "lastfm", // its picture is the placeholder
                                            .artist = "Lowbeam",
                                            .album = "Paper Lanterns",
                                            .title = "Quiet Harbour",

@@ -30,19 +30,19 @@ using Paths = std::vector<std::string>;
 
 const Question question{.artist = "Lowbeam", .album = "Paper Lanterns"};
 
-/** An album that is sought, in a group of its own unless that is empty. */
+/** An album that fits the question. An empty `group` means no release group. */
 Candidate fitting(const std::string& group = "") {
     return {.artist = "Lowbeam", .album = "Paper Lanterns", .groupId = group};
 }
 
 Candidate other() { return {.artist = "The Ferrymen", .album = "Slow Tides", .groupId = "other"}; }
 
-/** What a source of pictures knows. */
+/** A picture source's candidate. */
 Candidate picture(const std::string& url) {
     return {.pictureUrl = url, .thumbnailUrl = url + "/small", .widthPixels = 900, .heightPixels = 800};
 }
 
-/** A report without the sentence. */
+/** A report without its reason. */
 std::string brief(const SourceReport& report) {
     static const std::map<SourceState, std::string> names{{SourceState::Idle, "idle"},
                                                           {SourceState::Kept, "kept"},
@@ -53,7 +53,7 @@ std::string brief(const SourceReport& report) {
 
 class LookupTest : public testing::Test {
 protected:
-    /** Adds a source that asks for these paths, whatever the question is. */
+    /** Adds a source that requests these paths for any question. */
     void addSource(const std::string& name, const Paths& paths) {
         addSource(name, [this, paths](const Question&) {
             std::vector<Request> requests;
@@ -69,7 +69,7 @@ protected:
         sources_.pictures.push_back(std::make_unique<tests::FakePictures>(name, web_.url('/' + name)));
     }
 
-    /** Looks up and keeps what came of it. */
+    /** Stores the outcome in result_, and keeps the log out of the test's output. */
     void lookUp(const Question& asked = question) {
         testing::internal::CaptureStderr();
         matching::Judge judge(asked);
@@ -240,10 +240,10 @@ TEST_F(LookupTest, PicturesComeWithTheAlbumThatTheyAreOf) {
 }
 
 TEST_F(LookupTest, AsksForPicturesOfTheFiveBestAlbumsThatFitAndOfEachGroupOnce) {
-    std::vector<Candidate> albums{other(), fitting()}; // of another artist; without a group
+    std::vector<Candidate> albums{other(), fitting()}; // by another artist; without a group
     for (const char* group : {"g1", "g1", "g2", "g3", "g4", "g5"})
         albums.push_back(fitting(group));
-    albums.back().kind = matching::ReleaseKind::Album; // the best of all
+    albums.back().kind = matching::ReleaseKind::Album; // ranks first
     albums[2].status = matching::ReleaseStatus::Bootleg;
     web_.answer("/a", {found(albums)});
     addPictures("pictures");
@@ -251,7 +251,7 @@ TEST_F(LookupTest, AsksForPicturesOfTheFiveBestAlbumsThatFitAndOfEachGroupOnce) 
     lookUp();
     Paths asked = web_.asked();
     std::ranges::sort(asked);
-    // The one without a group counts among the five.
+    // The album without a group is one of the five.
     EXPECT_EQ(asked, (Paths{"/a", "/pictures/g1", "/pictures/g2", "/pictures/g3", "/pictures/g5"}));
 }
 

@@ -17,7 +17,7 @@ std::size_t below(std::size_t limit, Random& random) {
     return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
 }
 
-/** Damages the text without always making it unreadable: half of the changes leave its brackets alone. */
+/** Damages the text. Half of the kinds of damage keep the brackets intact, so that many texts still parse. */
 void mutate(std::string& text, Random& random) {
     const std::size_t at = below(text.size(), random);
     switch (below(6, random)) {
@@ -59,7 +59,7 @@ void expectSound(const Candidate& candidate) {
     EXPECT_GE(candidate.heightPixels, 0);
 }
 
-/** @return in how many answers there was still something */
+/** @return the number of damaged answers that still gave candidates */
 int readMutants(const sources::Service& service, const std::string& sound) {
     Random random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same mutations each time
     int read = 0;
