@@ -14,20 +14,20 @@ namespace matching {
 
 namespace {
 
-// What takes a share off the agreement of the names; docs/matching.md tells why it is this much.
-constexpr double onlyTrackArtist = 0.8; // the album is another's, or various artists'
+// Factors that lower the agreement. docs/matching.md gives the reasons for their values.
+constexpr double onlyTrackArtist = 0.8; // the album is by others
 constexpr double onlyOneOfArtists = 0.75;
 constexpr double unknownArtist = 0.75;
 constexpr double artistInOtherScript = 0.6;
 constexpr double unknownSamplerArtist = 0.45;
 constexpr double unknownTitle = 0.45;
-constexpr double unknownAlbumTrack = 0.95; // a title that is known to be on the album is better
+constexpr double unknownAlbumTrack = 0.95; // a title known to be on the album ranks higher
 constexpr double artistInAlbumName = 0.97;
-constexpr double titleShare = 0.2;         // where the album is known
-constexpr double samplerArtistShare = 0.5; // where the album is known
+constexpr double titleShare = 0.2;         // if the album is known
+constexpr double samplerArtistShare = 0.5; // if the album is known
 constexpr double agreeing = 0.9;
 
-/** The first of several artists; all of the text where there is but one. */
+/** The first of several artists; the whole text if there is only one. */
 std::string_view firstArtist(std::string_view artists) {
     std::size_t end = artists.size();
     for (const std::string_view separator :
@@ -45,7 +45,7 @@ double artistLikeness(std::string_view one, std::string_view other) {
     return std::max(whole, ofOne >= agreeing ? onlyOneOfArtists * ofOne : 0);
 }
 
-/** Whether a name has letters, and which; not every name does. */
+/** A name may be neither Latin nor in another script: "1984". */
 bool isLatin(std::string_view folded) {
     return std::ranges::any_of(folded, [](char byte) { return byte >= 'a' && byte <= 'z'; });
 }
@@ -54,7 +54,8 @@ bool isInOtherScript(std::string_view folded) {
     return !isLatin(folded) && std::ranges::any_of(folded, [](char byte) { return (byte & 0x80) != 0; });
 }
 
-/** "Maria Svetlova" can't be compared with "Мария Светлова"; but a service that knows both names found her.
+/**
+ * "Maria Svetlova" can't be compared with "Мария Светлова", but a service that knows both names may be right.
  */
 bool areInTwoScripts(std::string_view artist, std::string_view other) {
     const std::string one = text::folded(artist);
@@ -62,14 +63,17 @@ bool areInTwoScripts(std::string_view artist, std::string_view other) {
     return (isLatin(one) && isInOtherScript(two)) || (isInOtherScript(one) && isLatin(two));
 }
 
-/** The name behind the artist's where it begins with that; else empty. */
+/** The rest of the album's name if it begins with the artist, else empty. */
 std::string behindArtist(std::string_view album, std::string_view artist) {
     const std::string name = text::matchText(album);
     const std::string begin = text::matchText(artist) + " ";
     return begin.size() > 1 && name.starts_with(begin) ? name.substr(begin.size()) : std::string();
 }
 
-/** "Lowbeam - Paper Lanterns" is an album of Lowbeam's, as a file's name has it. */
+/**
+ * Some names begin with the artist, as file names do: "Lowbeam - Paper Lanterns". Such a name is almost as
+ * good as the album's name alone.
+ */
 double albumLikeness(const Wanted& wanted, const Candidate& candidate) {
     const double whole = similarity(wanted.album, candidate.album);
     if (whole >= agreeing || wanted.artist.empty()) return whole;
@@ -78,7 +82,10 @@ double albumLikeness(const Wanted& wanted, const Candidate& candidate) {
     return std::max(whole, artistInAlbumName * std::max(ofWanted, ofCandidate));
 }
 
-/** Among the tracks' artists for a sampler, among the album's and the track's for all others. */
+/**
+ * For a sampler, compares with the track's artist only. Otherwise takes the better one of the track's and the
+ * album's artist.
+ */
 void compareArtists(Agreement& agreement, const Wanted& wanted, const Candidate& candidate) {
     if (wanted.artist.empty()) return;
     const bool various = isVarious(candidate.artist);

@@ -8,12 +8,12 @@
 
 namespace matching {
 
-/** How the names agree, each from 0 to 1; what one of the two doesn't have is missing. */
+/** How well the names agree: each value is from 0 to 1. A value is missing if one side has no such name. */
 struct Agreement {
     std::optional<double> artist;
     std::optional<double> album;
     std::optional<double> title;
-    double total = 0; // of them all, with what is missing counted; docs/matching.md tells how
+    double total = 0; // of all names, with a factor for each missing one; see docs/matching.md
     bool byTrackArtist = false;
     bool inOtherScript = false;
 };

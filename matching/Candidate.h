@@ -8,20 +8,21 @@ namespace matching {
 enum class ReleaseKind { Unknown, Album, Single, Live, Soundtrack, Compilation, Other };
 enum class ReleaseStatus { Unknown, Official, Promotion, Bootleg };
 
-/** An album that may be the one that is sought, as one source knows it. Texts are UTF-8; what the source
- * doesn't say is empty, or 0. */
+/**
+ * An album as one source knows it; it may be the wanted one. Texts are UTF-8. Unknown fields are empty or 0.
+ */
 struct Candidate {
-    std::string source; // the name of the source that found it
-    std::string artist; // of the album, as credited: "Various Artists" for many a sampler
+    std::string source; // the name of the source
+    std::string artist; // of the album, as credited; "Various Artists" for most samplers
     std::string album;
-    std::string title;       // of the track that matched
-    std::string trackArtist; // of that track, where it may be another than the album's
+    std::string title;       // of the matching track
+    std::string trackArtist; // of that track; may differ from the album's artist
     ReleaseKind kind = ReleaseKind::Unknown;
     ReleaseStatus status = ReleaseStatus::Unknown;
     std::string date;      // "2004", "2004-05" or "2004-05-17"
-    std::string releaseId; // the source's own
-    std::string groupId;   // a MusicBrainz release group
-    std::string page;      // for people
+    std::string releaseId; // in the source's own numbering
+    std::string groupId;   // MusicBrainz release group
+    std::string page;      // web page about the album
     std::string pictureUrl;
     std::string thumbnailUrl;
     int widthPixels = 0; // of the picture

@@ -5,12 +5,12 @@
 
 namespace matching {
 
-/** The song whose cover or album is sought, in UTF-8; what isn't known is empty. */
+/** The song to find a cover or an album for. Texts are UTF-8; unknown ones are empty. */
 struct Question {
     std::string artist;
     std::string album;
     std::string title;
-    bool sampler = false; // the artist is the song's, and the album is one of many artists
+    bool sampler = false; // the album has many artists; `artist` is the song's
 };
 
 } // namespace matching

@@ -11,12 +11,12 @@
 namespace matching {
 namespace {
 
-/** The part of a candidate that makes it the same as another one. */
+/** The text that is equal for two entries of the same picture or album. */
 using Identity = std::string (*)(const Candidate& candidate);
 
 using Merge = void (*)(Ranked& best, const Ranked& other);
 
-/** A picture is the same over http and https. */
+/** The scheme doesn't count: http and https give the same picture. */
 std::string pictureIdentity(const Candidate& candidate) {
     const std::string_view url = candidate.pictureUrl;
     return std::string(url.substr(url.starts_with("http://") ? 7 : url.starts_with("https://") ? 8 : 0));
@@ -36,7 +36,7 @@ void mergeSources(Ranked& best, const Ranked& other) {
         best.alsoFrom.push_back(source);
 }
 
-/** What the better one lacks of the same picture, the other one may know. */
+/** Fills in fields that the better candidate lacks: both describe the same picture. */
 void mergePictures(Ranked& best, const Ranked& other) {
     mergeSources(best, other);
     Candidate& candidate = best.candidate;
@@ -50,13 +50,15 @@ void mergePictures(Ranked& best, const Ranked& other) {
     }
 }
 
-/** Editions have dates and pages of their own, but are one group. */
+/** Fills in the group only: editions share it, but have their own dates and pages. */
 void mergeAlbums(Ranked& best, const Ranked& other) {
     mergeSources(best, other);
     fillIn(best.candidate.groupId, other.candidate.groupId);
 }
 
-/** What fits of `list`, with each of `more` before those that are worse. */
+/**
+ * The fitting entries of `list`. Each one of `more` is inserted before the first entry with a lower score.
+ */
 std::vector<Ranked> merged(std::vector<Ranked> list, std::vector<Ranked> more) {
     std::erase_if(list, [](const Ranked& ranked) { return ranked.judgement.score < leastScore; });
     for (Ranked& ranked : more) {
@@ -93,7 +95,7 @@ std::vector<Ranked> rankedPictures(Judge& judge, std::vector<Candidate> candidat
 std::vector<Ranked> rankedAlbums(Judge& judge, std::vector<Candidate> candidates, std::vector<Ranked> more) {
     std::erase_if(candidates, [](const Candidate& candidate) { return candidate.album.empty(); });
     for (Candidate& candidate : candidates)
-        candidate.widthPixels = candidate.heightPixels = 0; // a name is no better for a larger picture
+        candidate.widthPixels = candidate.heightPixels = 0; // a picture must not affect the rank of a name
     return withoutDoubles(merged(judge.rank(std::move(candidates)), std::move(more)), albumIdentity,
                           mergeAlbums);
 }

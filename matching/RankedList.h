@@ -9,17 +9,17 @@
 
 namespace matching {
 
-/** How many entries a list has at most. */
+/** The greatest length of a list. */
 inline constexpr std::size_t maxRanked = 30;
 
 /**
- * The candidates that have a picture and fit, together with `more`, which are judged already; the best first,
- * and each picture once.
+ * The fitting candidates with a picture, merged with `more`; best first, each picture once. Entries of `more`
+ * are already judged and stay, however low their score.
  */
 [[nodiscard]] std::vector<Ranked> rankedPictures(Judge& judge, std::vector<Candidate> candidates,
                                                  std::vector<Ranked> more);
 
-/** The albums that fit, the best first, and each name of the same artist once. */
+/** The fitting albums; best first. Albums of the same name and artist are one entry. */
 [[nodiscard]] std::vector<Ranked> rankedAlbums(Judge& judge, std::vector<Candidate> candidates,
                                                std::vector<Ranked> more);
 

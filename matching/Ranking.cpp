@@ -13,7 +13,7 @@ namespace matching {
 namespace {
 
 constexpr double nearlyAgreeing = 0.5;
-constexpr double sameLeast = 0.965; // also where the artist stands in the album's name
+constexpr double sameLeast = 0.965; // an album that begins with the artist agrees too
 constexpr double withoutNotesLeast = 0.955;
 
 // How far kind, status and picture may lower the score.
@@ -22,7 +22,7 @@ constexpr double traitsBesideTitle = 0.2;
 constexpr double kindShare = 0.6;
 constexpr double statusShare = 0.3;
 constexpr double pictureShare = 0.1;
-constexpr double otherThanAsked = 0.3; // of the kind's value, where the names ask for one
+constexpr double otherThanAsked = 0.3; // factor if the names ask for another kind
 constexpr int largePicturePixels = 1000;
 
 double kindValue(ReleaseKind kind) {
@@ -74,14 +74,14 @@ double statusValue(ReleaseStatus status) {
     return 0;
 }
 
-/** A picture whose size nobody told counts as a middling one. */
+/** An unknown size counts as medium. */
 double pictureValue(const Candidate& candidate) {
     if (candidate.widthPixels <= 0 || candidate.heightPixels <= 0) return 0.5;
     const int shorter = std::min({candidate.widthPixels, candidate.heightPixels, largePicturePixels});
     return static_cast<double>(shorter) / largePicturePixels;
 }
 
-/** What kind and status leave of the score. */
+/** The factor for kind and status. */
 double traitsFactor(const Wanted& wanted, const Candidate& candidate) {
     const bool byTitle = wanted.album.empty() || wanted.sampler;
     const double traits = byTitle ? traitsBesideTitle : traitsBesideAlbum;
@@ -186,7 +186,10 @@ std::string reasonFor(const Wanted& wanted, const Candidate& candidate, const Ag
     return reason + ".";
 }
 
-/** A date that says less stands behind those that say more, and none at all stands last. */
+/**
+ * The sort key for a date. A vague date comes after the precise dates in the same period; a missing date
+ * comes last.
+ */
 std::string dateOrder(const Candidate& candidate) {
     return candidate.date.empty() ? "9999" : candidate.date + "-99";
 }
@@ -196,7 +199,7 @@ std::string dateOrder(const Candidate& candidate) {
 Judge::Judge(const Question& question) : question_(question), wanted_(wantedBy(question)) {}
 
 const Agreement& Judge::agreementWith(const Candidate& candidate) {
-    // All that compare() looks at.
+    // Everything that compare() reads of a candidate.
     CandidateNames names{candidate.artist, candidate.trackArtist, candidate.album, candidate.title};
     const auto [known, isNew] = agreements_.try_emplace(std::move(names));
     if (isNew) known->second = compare(wanted_, candidate);

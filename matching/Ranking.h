@@ -15,31 +15,33 @@ namespace matching {
 
 /** How well a candidate answers a question; docs/matching.md explains the score. */
 struct Judgement {
-    double score = 0;   // 0 to 1; below `leastScore` it is something else
-    std::string reason; // a short English sentence on what agrees and what doesn't
+    double score = 0;   // 0 to 1; below `leastScore` it doesn't fit
+    std::string reason; // an English sentence: what agrees, what differs
 };
 
 inline constexpr double leastScore = 0.5;
 
-/** A candidate in its place. */
+/** A candidate with its judgement, an entry of a ranked list. */
 struct Ranked {
     Candidate candidate;
     Judgement judgement;
-    std::vector<std::string> alsoFrom; // other sources that named the same picture, or the same album
+    std::vector<std::string> alsoFrom; // other sources with the same picture or album
 };
 
-/** Judges the candidates for one question. It remembers the names that it has compared, since sources repeat
- * them, edition by edition. One thread. */
+/**
+ * Judges the candidates for one question. Remembers each comparison of names, because sources repeat the same
+ * names for every edition. One thread.
+ */
 class Judge {
 public:
     explicit Judge(const Question& question);
 
     [[nodiscard]] const Question& question() const noexcept { return question_; }
 
-    /** Judges by the album where the question has one, else by artist and title. */
+    /** Compares the album if the question names one, else artist and title. */
     [[nodiscard]] Judgement judge(const Candidate& candidate);
 
-    /** All of the candidates, judged, the best first; of equals the earlier album. */
+    /** All candidates with their judgements; best first. Of equal ones the earlier album comes first. */
     [[nodiscard]] std::vector<Ranked> rank(std::vector<Candidate> candidates);
 
 private:

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::array<std::string_view, 3> subtitleMarks = {": ", " (", " / "};
 
-constexpr std::size_t maxBytes = 2048; // of a name, as it came
+constexpr std::size_t maxBytes = 2048; // of the unchanged name
 constexpr std::size_t maxCharacters = 200;
 constexpr std::size_t maxWords = 40;
 
@@ -27,24 +27,24 @@ constexpr double atMostOtherWork = 0.4;
 constexpr double leastWordLikeness = 0.5;
 constexpr double lightWeight = 0.1;
 
-/** What names share or leave out without becoming others. */
+/** Words of little weight: the same work is often named with and without them. */
 constexpr std::array<std::string_view, 27> lightWords = {
     "a",    "an",      "and",      "at",     "by",         "el",  "ep", "film", "for",
     "from", "in",      "la",       "motion", "music",      "of",  "on", "or",   "ost",
     "part", "picture", "original", "score",  "soundtrack", "the", "to", "vol",  "volume"};
 
-/** What makes another work of the same name: a live recording of an album, say. */
+/** Words that mark another version of a work, such as a live recording. */
 constexpr std::array<std::string_view, 15> versionWords = {
     "acoustic", "demo",    "demos",   "instrumental", "instrumentals", "karaoke", "live",     "remix",
     "remixed",  "remixes", "session", "sessions",     "sides",         "tribute", "unplugged"};
 
-/** What makes a collection; where it is only in the subtitle, the name is known without it. */
+/** Words that mark a collection. In a subtitle they don't count, because the main title is enough. */
 constexpr std::array<std::string_view, 7> collectionWords = {"anthology", "best",     "essential", "greatest",
                                                              "hits",      "rarities", "singles"};
 
 constexpr std::array<std::string_view, 10> numberWords = {"one", "two",   "three", "four", "five",
                                                           "six", "seven", "eight", "nine", "ten"};
-/** From II on: a single letter is rather a word. */
+/** From II on: a single letter is more likely a word. */
 constexpr std::array<std::string_view, 11> romanNumbers = {"ii",   "iii", "iv", "",   "vi", "vii",
                                                            "viii", "ix",  "",   "xi", "xii"};
 
@@ -53,7 +53,7 @@ using Characters = std::u32string;
 std::string_view beginning(std::string_view name) {
     if (name.size() <= maxBytes) return name;
     std::size_t end = maxBytes;
-    // A cut through a character would make the whole of it look like another encoding.
+    // Don't cut inside a character: invalid UTF-8 would be read as another encoding.
     while (end > maxBytes - 4 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U)
         --end;
     return name.substr(0, end);
@@ -74,7 +74,7 @@ bool isDigits(std::string_view word) {
     return !word.empty() && word.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-/** Numbers in digits, so that "Part Two", "Part II" and "Part 02" are the same. */
+/** Writes numbers as digits, so that "Part Two", "Part II" and "Part 02" are the same. */
 std::string withNumber(const std::string& word) {
     if (isDigits(word)) {
         const std::size_t significant = std::min(word.find_first_not_of('0'), word.size() - 1);
@@ -92,7 +92,7 @@ bool isYear(std::string_view number) {
 
 struct Word {
     Characters characters;
-    bool number = false; // and no year
+    bool number = false; // not a year
     bool year = false;
     bool version = false;
     bool collection = false;
@@ -112,7 +112,7 @@ Word wordOf(const std::string& folded) {
     return word;
 }
 
-/** The month and the day behind a year belong to it. */
+/** Two numbers after a year are month and day, so they count as part of the year. */
 void joinDates(std::vector<Word>& words) {
     for (std::size_t i = 0; i + 2 < words.size(); ++i) {
         if (!words[i].year || !words[i + 1].number || !words[i + 2].number) continue;
@@ -144,7 +144,7 @@ Characters joined(const std::vector<Word>& words) {
     return result;
 }
 
-/** How many letters have to be put in, left out, exchanged or swapped with the next one. */
+/** The edit distance: letters inserted, left out, replaced, or swapped with the next one. */
 std::size_t edits(const Characters& one, const Characters& other) {
     std::array<std::array<std::size_t, maxCharacters + 1>, 3> rows{};
     for (std::size_t j = 0; j <= other.size(); ++j)
@@ -164,14 +164,14 @@ std::size_t edits(const Characters& one, const Characters& other) {
     return rows[one.size() % 3][other.size()];
 }
 
-/** By edits; each counts double, because half of the letters in common make no name. */
+/** Each edit counts double: two names that share half of their letters have nothing in common. */
 double likeness(const Characters& one, const Characters& other) {
     if (one == other) return 1;
     const std::size_t longer = std::max(one.size(), other.size());
     const std::size_t shorter = std::min(one.size(), other.size());
     if (shorter * 2 <= longer) return 0;
     std::size_t cost = edits(one, other);
-    // Few misspell the first letter; "Marlow" is not "Barlow".
+    // Few people misspell the first letter: "Marlow" is not "Barlow".
     if (one.front() != other.front()) ++cost;
     return std::max(0.0, 1 - 2 * static_cast<double>(cost) / static_cast<double>(longer));
 }
@@ -190,7 +190,7 @@ double weightOf(const std::vector<Word>& words) {
     return sum;
 }
 
-/** The share of the words that both have, in any order, and squared: a word more or less is another name. */
+/** The share of common words in any order, squared, because one word more or less makes another name. */
 double likenessOfWords(const std::vector<Word>& one, const std::vector<Word>& other) {
     double common = 0;
     std::vector<bool> taken(other.size());
@@ -223,7 +223,7 @@ std::vector<Characters> those(const std::vector<Word>& words, Is is) {
     return result;
 }
 
-/** Whether numbers or words say that these are two works, however alike the rest is. */
+/** Whether different numbers, years or version words rule out the same work. */
 bool areTwoWorks(const std::vector<Word>& one, const std::vector<Word>& other) {
     const auto differ = [&](auto is) { return those(one, is) != those(other, is); };
     const auto isYearWord = [](const Word& word) { return word.year; };
@@ -237,7 +237,7 @@ bool isCollectionOfOther(const std::vector<Word>& one, const std::vector<Word>& 
     return those(one, is) != those(other, is);
 }
 
-/** Whether `one` is what stands before a subtitle of `other`: tags often lack it. */
+/** Whether `one` is `other` without its subtitle: tags often lack the subtitle. */
 bool isMainTitle(std::string_view one, std::string_view other) {
     const std::string match = text::matchText(one);
     return std::ranges::any_of(subtitleMarks, [&](std::string_view mark) {

@@ -5,14 +5,13 @@
 
 namespace matching {
 
-/** What similarity() gives for names that are the same but for edition notes, guests and "the". */
+/** similarity() of names that differ only in edition notes, guests and "the". */
 inline constexpr double sameWithoutNotes = 0.96;
 
 /**
- * How alike two names of artists, albums or titles are, from 0 to 1: 1 for names that are equal in their
- * folded form, `sameWithoutNotes` where they are once stop words are gone, and less for all others;
- * docs/matching.md says how much. A name that is empty is like no other, not even like another empty one. Any
- * bytes will do; of a long name only the beginning is compared.
+ * How alike two names of artists, albums or titles are, from 0 to 1. Equal folded names give 1; names that
+ * are equal without stop words give `sameWithoutNotes`; all others give less (see docs/matching.md). An empty
+ * name gives 0, even with another empty one. Accepts any bytes. Compares only the beginning of long names.
  */
 [[nodiscard]] double similarity(std::string_view one, std::string_view other);
 

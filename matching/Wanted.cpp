@@ -29,7 +29,7 @@ bool endsInWords(std::string_view name, std::string_view words) {
     return folded[folded.size() - words.size() - 1] == ' ';
 }
 
-/** Cuts off what stands behind the name in brackets or behind a last dash, if `fits` says so of it. */
+/** Removes the note after the name, in brackets or after the last dash, if `fits` accepts its folded text. */
 template <typename Fits>
 bool cutSuffix(std::string& name, Fits fits) {
     for (const std::string_view opening : {" (", " [", " - ", " – "}) {
@@ -42,14 +42,14 @@ bool cutSuffix(std::string& name, Fits fits) {
     return false;
 }
 
-/** Not "Live and Let Die". */
+/** Matches whole notes, because "Live and Let Die" is a title. */
 bool isLiveNote(std::string_view folded) {
     return isOneOf(folded, {"live", "live version", "live recording"}) || folded.starts_with("live at ") ||
            folded.starts_with("live in ") || folded.starts_with("live from ") ||
            folded.starts_with("live on ");
 }
 
-/** Takes shops' and players' notes on the kind out of the names. */
+/** Moves notes about the kind, added by shops and players, from the names into `wanted.kind`. */
 void takeKind(Wanted& wanted) {
     const auto isSingle = [](std::string_view note) {
         return isOneOf(note, {"single", "ep", "cd single", "maxi single"});
@@ -61,7 +61,7 @@ void takeKind(Wanted& wanted) {
     if (cutSuffix(wanted.title, isLiveNote)) wanted.kind = ReleaseKind::Live;
 }
 
-/** Takes off what files are numbered by: "03 ", "03. " and "3 - ", but not the number of "99 Days". */
+/** Removes a track number such as "03 ", "03. " or "3 - ". Keeps the number of "99 Days". */
 void takeTrackNumber(std::string& title) {
     const std::size_t end = title.find_first_not_of("0123456789");
     if (end == std::string::npos || end == 0 || end > 3) return;

@@ -9,15 +9,17 @@
 
 namespace matching {
 
-/** A question without the noise of tags: "Unknown Album" is no name, "Various Artists" makes a sampler, "03 -
- * " is no part of a title, and "(Live)" or " - Single" asks for a kind. Services find more by it. */
+/**
+ * A question without the noise of tags, so that services find more. "Unknown Album" is no name. "Various
+ * Artists" makes a sampler. "03 - " is no part of a title. "(Live)" or " - Single" asks for a kind.
+ */
 struct Wanted : Question {
-    ReleaseKind kind = ReleaseKind::Unknown; // Unknown: the names ask for none
+    ReleaseKind kind = ReleaseKind::Unknown; // Unknown: no kind asked for
 };
 
 [[nodiscard]] Wanted wantedBy(const Question& question);
 
-/** Whether "artist" says that there are many. */
+/** Whether the text stands for several artists, such as "Various Artists" or "VA". */
 [[nodiscard]] bool isVarious(std::string_view artist);
 
 } // namespace matching

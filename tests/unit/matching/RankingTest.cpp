@@ -209,7 +209,7 @@ TEST(Judge, RemembersWhatItHasComparedAndTellsAllNamesApart) {
     for (const auto member :
          {&Candidate::artist, &Candidate::trackArtist, &Candidate::album, &Candidate::title})
         (candidates.emplace_back(first)).*member = "Slow Tides";
-    candidates.emplace_back(first).status = ReleaseStatus::Bootleg; // with the names of the first
+    candidates.emplace_back(first).status = ReleaseStatus::Bootleg; // same names as the first
     candidates.emplace_back(first).widthPixels = 1;
     Question question = albumQuestion;
     for (const bool sampler : {false, true}) {
