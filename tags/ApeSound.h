@@ -7,8 +7,9 @@
 namespace tags::ape {
 
 /**
- * Looks only at headers in the sound of Monkey's Audio, Musepack and WavPack.
- * @throws util::Exception when they say that there is more sound than the file has
+ * Compares the headers in the sound of Monkey's Audio, Musepack and WavPack with the file's size. Decodes
+ * nothing.
+ * @throws util::Exception when the headers announce more sound than the file contains
  */
 void checkWhole(const SongFile& file, Container container);
 

@@ -7,7 +7,7 @@
 
 namespace tags::ape {
 
-/** Where an APEv2 tag and an ID3v1 tag at the end of the file begin; its size where there are none. */
+/** Where the APEv2 tag and the ID3v1 tag at the end of the file begin; the file's size if there are none. */
 [[nodiscard]] std::uint64_t soundEnd(const SongFile& file);
 
 } // namespace tags::ape

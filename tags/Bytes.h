@@ -11,7 +11,7 @@
 
 namespace tags {
 
-/** Views `bytes`; see util::ByteReader. */
+/** A reader over `bytes`, which it doesn't copy; see util::ByteReader. */
 inline util::ByteReader readerOf(std::string_view bytes, std::string_view subject) noexcept {
     return {std::as_bytes(std::span(bytes)), subject};
 }
@@ -36,7 +36,7 @@ inline std::uint64_t littleEndian64(const util::ByteReader& in, std::size_t at) 
     return std::uint64_t{in.littleEndian(at + 4, 4)} << 32U | in.littleEndian(at, 4);
 }
 
-/** ASCII letters in upper case, because the names of tags are compared without case. */
+/** ASCII letters in upper case, to compare names of tags without case. */
 inline std::string upperCase(std::string_view text) {
     std::string upper;
     for (const char c : text)

@@ -24,13 +24,12 @@ enum class Container {
     WavPack,
 };
 
-/** Told by the file's content; its name doesn't count. @throws util::Exception when it is none of these */
+/** Recognised by content, not by the file's name. @throws util::Exception when it is none of these */
 [[nodiscard]] Container containerOf(const SongFile& file);
 
 [[nodiscard]] const Format& formatOf(Container container) noexcept;
 
-/** The largest picture that players can be expected to cope with, and that every file of this kind has room
- * for. */
+/** The largest picture, in bytes, that players can handle and that every file of this kind has room for. */
 [[nodiscard]] std::size_t maxPictureBytes(Container container) noexcept;
 
 } // namespace tags

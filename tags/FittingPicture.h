@@ -10,9 +10,10 @@
 namespace tags {
 
 /**
- * The picture as it was received where that fits, as each encoding costs quality; or else upright, no larger
- * than it may be, and a JPEG, but a PNG where it was one or has transparent parts and a PNG will do.
- * @throws util::Exception when it can't be decoded, or doesn't fit even when it is small
+ * The received picture if it fits, because encoding it again costs quality. Otherwise a new picture, turned
+ * upright and scaled down. It is a PNG if the received one is a PNG or has transparent parts, and a PNG is
+ * allowed and small enough; else it is a JPEG.
+ * @throws util::Exception when it can't be decoded, or doesn't fit even at a small size
  */
 [[nodiscard]] util::Buffer fittingPicture(std::span<const std::byte> received, const PictureLimits& limits);
 

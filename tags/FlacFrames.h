@@ -8,9 +8,9 @@
 namespace tags::flac {
 
 /**
- * Looks for the last frame of the sound (RFC 9639, section 9). Unknown bytes may stand behind it, up to half
- * a megabyte at least.
- * @param streamInfo the content of the block of that name
+ * Looks for the last frame of the sound (RFC 9639, section 9). At least half a megabyte of unknown bytes may
+ * follow that frame.
+ * @param streamInfo the content of the STREAMINFO block
  * @throws util::Exception when the sound is cut off
  */
 void checkWhole(const SongFile& file, std::string_view streamInfo, Range sound);

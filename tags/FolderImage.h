@@ -7,30 +7,30 @@
 #include <cstddef>
 #include <filesystem>
 
-/** The picture beside the song files of an album, which players find by its name. */
+/** The picture in an album's folder, next to the song files. Players find it by its name. */
 namespace tags {
 
-/** Beside the song file `song`, whether it is there or not. */
+/** The path next to `song`; the file may be missing. */
 [[nodiscard]] std::filesystem::path folderImage(const std::filesystem::path& song);
 
 /**
- * True where there is one, however its name is capitalised.
- * @throws util::Exception where the song file is not below `musicFolder`, with all links resolved
+ * Whether the folder image exists, in any case of its name.
+ * @throws util::Exception when `song` is not below `musicFolder`, with all links resolved
  */
 [[nodiscard]] bool hasFolderImage(const std::filesystem::path& song,
                                   const std::filesystem::path& musicFolder);
 
 /**
- * The picture beside the song file that shows the front: folder.jpg, or else cover or front, JPEG or PNG,
- * however capitalised. Empty where there is none.
+ * The front cover in the folder of `song`: a JPEG or PNG named folder, cover or front, in any case. Of
+ * several, the most usual name wins. Empty if there is none.
  * @throws util::Exception as above, and when it is larger than `maxBytes`
  */
 [[nodiscard]] util::Buffer readFolderImage(const std::filesystem::path& song,
                                            const std::filesystem::path& musicFolder, std::size_t maxBytes);
 
 /**
- * Writes one, over the one that is there.
- * @throws util::Exception where that fails or the song file is not below `musicFolder`
+ * Writes the folder image; replaces an existing one.
+ * @throws util::Exception when that fails, or `song` is not below `musicFolder`
  */
 void writeFolderImage(const std::filesystem::path& song, const std::filesystem::path& musicFolder,
                       const image::ReceivedImage& image);

@@ -12,26 +12,26 @@
 
 namespace tags {
 
-/** A picture that is in a song file. */
+/** A picture found in a song file. */
 struct Picture {
-    bool front = false; // marked as the front cover, and not only in its place
-    std::string image;  // empty where the file only names an address or is damaged there
-    std::string stored; // all that the file has of it, with its description
+    bool front = false; // marked as the front cover, not merely shown for lack of one
+    std::string image;  // empty if it is only an address, or damaged
+    std::string stored; // all its bytes in the file, with the description
 };
 
-/** The tags of a song file, each as its bytes stand in the file, in their order. */
+/** The tags of a song file: their bytes as stored, in the order of the file. */
 struct StoredTags {
     std::vector<Picture> pictures;
     std::vector<std::string> others;
 };
 
-/** What a song file consists of besides its tags. */
+/** Everything in a song file except its tags. A new cover must not change it. */
 struct Body {
-    std::vector<Range> bytes; // what has to stay to the byte
-    std::string layout; // what has to stay of the parts that are written anew: offsets, page numbers ...
+    std::vector<Range> bytes; // must stay byte for byte
+    std::string layout;       // content of rewritten parts that must stay: offsets, page numbers ...
 };
 
-/** A picture to be written. */
+/** A picture to write into a song file. */
 struct Cover {
     std::string_view image;
     std::string_view mime;
@@ -41,16 +41,18 @@ struct Cover {
     std::uint32_t bitsPerPixel = 24;
 };
 
-/** Of files that can grow as they like. */
+/** For formats without a size limit. */
 [[nodiscard]] constexpr std::uint64_t unlimitedRoom(const SongFile& /*file*/) noexcept {
     return std::numeric_limits<std::uint64_t>::max();
 }
 
-/** Of files that can't be read at all when their end is missing. */
+/** For formats that can't be parsed at all if the end of the file is missing. */
 constexpr void knownByItsParts(const SongFile& /*file*/) noexcept {}
 
-/** How many bytes of padding a tag of `used` bytes gets where `area` bytes had been taken: all that are left,
- * so that the sound stays where it is, unless that wastes too much. */
+/**
+ * The padding, in bytes, for a tag of `used` bytes that replaces `area` bytes. Fills the whole area, so that
+ * the sound stays in place, unless that wastes too much space.
+ */
 [[nodiscard]] constexpr std::size_t paddingFor(std::uint64_t used, std::uint64_t area) noexcept {
     constexpr std::size_t most = std::size_t{1024} * 1024;
     constexpr std::size_t fresh = 4096;
@@ -58,15 +60,15 @@ constexpr void knownByItsParts(const SongFile& /*file*/) noexcept {}
 }
 
 /**
- * What a file format needs to know how to do. All of them throw util::Exception for a file that is damaged or
- * laid out in a way that they don't know, and change nothing but the front cover, to the byte.
+ * The operations of one file format. They change only the front cover and keep everything else byte for
+ * byte. All of them throw util::Exception for a file that is damaged or has an unknown layout.
  */
 struct Format {
     StoredTags (*tagsOf)(const SongFile& file);
     Body (*bodyOf)(const SongFile& file);
-    void (*checkWhole)(const SongFile& file); // throws when it knows that the end of the sound is missing
+    void (*checkWhole)(const SongFile& file); // throws if the end of the sound is known to be missing
     void (*writeFront)(SongFile& file, const Cover& cover);
-    std::uint64_t (*roomIn)(const SongFile& file); // the largest picture for which this very file has room
+    std::uint64_t (*roomIn)(const SongFile& file); // largest picture for this file, in bytes
 };
 
 extern const Format mp3Format;

@@ -11,22 +11,24 @@
 namespace tags::id3v2 {
 
 /**
- * An ID3v2 tag as a list of frames that nobody has looked into. Frames are kept as they are: decoding and
- * encoding them again would lose those that only other programs understand, and turn version 2.2 into
- * another.
+ * An ID3v2 tag as a list of undecoded frames. Decoding and encoding them again would lose frames that only
+ * other programs understand, and would turn version 2.2 into another version.
  */
 struct Tag {
-    unsigned version = 3; // 2, 3 or 4; what is new gets 3, which every player reads
+    unsigned version = 3; // 2, 3 or 4; new tags get 3: every player reads it
     std::vector<std::string> frames;
 };
 
-/** The length of the tag at `at`, header and footer included; 0 where there is none. */
+/** The length of the tag at `at`, with header and footer; 0 if there is none. */
 [[nodiscard]] std::uint64_t lengthAt(const SongFile& file, std::uint64_t at);
 
-/** Where the sound can begin: some programs put a new tag before the old ones. Players read the first. */
+/**
+ * The end of all tags at the start of the file. There may be several, because some programs put a new tag
+ * before the old ones. Players read the first.
+ */
 [[nodiscard]] std::uint64_t endOfTags(const SongFile& file);
 
-/** @throws util::Exception when it is damaged or of an unknown version */
+/** @throws util::Exception when the tag is damaged or of an unknown version */
 [[nodiscard]] Tag parse(std::string_view bytes);
 
 /** A text or comment frame of version 2.3. */
@@ -38,10 +40,10 @@ void collect(const Tag& tag, StoredTags& tags);
 /** @return whether there was one */
 bool removeFront(Tag& tag);
 
-/** Puts the cover in the place of the front covers that are there, before all other pictures. */
+/** Replaces all front covers by `cover`, and puts it before all other pictures. */
 void setFront(Tag& tag, const Cover& cover);
 
-/** The tag's size without padding. */
+/** The size in bytes, without padding. */
 [[nodiscard]] std::size_t sizeOf(const Tag& tag);
 
 [[nodiscard]] std::string render(const Tag& tag, std::size_t padding);

@@ -6,15 +6,18 @@
 namespace tags {
 
 /**
- * The song file `song`, of which a relative name is taken below `musicFolder`, with all links resolved.
- * @throws util::Exception when there is no regular file, or it isn't below `musicFolder`: only what is may be
- * touched, and nothing where that is empty
+ * The path of the song file with all links resolved. A relative `song` is taken below `musicFolder`.
+ * @throws util::Exception when it isn't a regular file below `musicFolder`, or `musicFolder` is empty. Only
+ * files below that folder may be touched.
  */
 [[nodiscard]] std::filesystem::path songIn(const std::filesystem::path& musicFolder,
                                            const std::filesystem::path& song);
 
-/** Its folder, which may be another one than that of the file that a link leads to. @throws util::Exception
- * likewise */
+/**
+ * The folder of `song`, with its links resolved. If `song` is a link, this is the folder of the link, not of
+ * its target.
+ * @throws util::Exception as songIn() does
+ */
 [[nodiscard]] std::filesystem::path folderOf(const std::filesystem::path& musicFolder,
                                              const std::filesystem::path& song);
 

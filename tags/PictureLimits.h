@@ -10,19 +10,19 @@
 
 namespace tags {
 
-/** What the players that are to show a picture cope with. */
+/** What the weakest player that shows the picture can handle. */
 struct PictureLimits {
     int maxSidePixels = 1200;
     std::size_t maxBytes = SIZE_MAX;
-    bool baselineJpegOnly = false; // otherwise every JPEG and PNG
+    bool baselineJpegOnly = false; // else any JPEG or PNG
 };
 
-/** Nothing is refused as a picture for a song that was accepted when it came in. */
+/** Limits that refuse nothing, because the picture was checked when it was received. */
 inline constexpr image::ImageLimits whateverWasAccepted{.maxBytes = std::numeric_limits<std::size_t>::max(),
                                                         .maxPixels =
                                                             std::numeric_limits<std::uint64_t>::max()};
 
-/** Whether a picture can stay as it was received. @throws util::Exception when it is none */
+/** Whether the received picture can be used unchanged. @throws util::Exception when it isn't a picture */
 [[nodiscard]] bool fits(std::span<const std::byte> received, const PictureLimits& limits);
 
 } // namespace tags

@@ -9,10 +9,10 @@
 namespace tags {
 
 /**
- * What TagLib, which knows nothing of the code that wrote `tagged`, makes of it: `picture` is the front
- * cover, and the tags and the properties of the sound are those of `original`. Both files have been found
- * whole before.
- * @throws util::Exception when it doesn't see that
+ * Reads both files with TagLib, which shares no code with the program that wrote `tagged`. TagLib must find
+ * `picture` as the front cover, and the tags and sound properties of `original`. Both files must have been
+ * found complete before.
+ * @throws util::Exception when TagLib finds anything else
  */
 void secondOpinion(const std::filesystem::path& original, const std::filesystem::path& tagged,
                    Container container, std::string_view picture);

@@ -8,10 +8,9 @@
 namespace tags {
 
 /**
- * Proves that `tagged` is `original` with `picture` as its front cover and that nothing else is different:
- * the other pictures and tags and everything that makes the sound, byte by byte. A second library has to see
- * the same.
- * @throws util::Exception when it isn't so
+ * Checks that `tagged` is `original` with `picture` as its front cover, and that nothing else differs: the
+ * other pictures and tags, and the sound, byte by byte. TagLib has to agree.
+ * @throws util::Exception when something differs
  */
 void verify(const std::filesystem::path& original, const std::filesystem::path& tagged,
             std::span<const std::byte> picture);

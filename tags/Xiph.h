@@ -9,14 +9,14 @@
 
 namespace tags::xiph {
 
-/** A comment header as FLAC and all kinds of Ogg have it, its fields as they stand. */
+/** A comment header, as used in FLAC and in every kind of Ogg. Its fields are kept as stored. */
 struct Comment {
     std::string vendor;
     std::vector<std::string> fields; // NAME=value
-    std::string rest;                // what follows the last field
+    std::string rest;                // the bytes after the last field
 };
 
-/** @throws util::Exception when it is damaged */
+/** @throws util::Exception when the header is damaged */
 [[nodiscard]] Comment parse(std::string_view bytes);
 
 [[nodiscard]] std::string render(const Comment& comment);
@@ -27,10 +27,10 @@ void collect(const Comment& comment, StoredTags& tags);
 /** @return whether there was one */
 bool removeFront(Comment& comment);
 
-/** Puts the cover in the place of the front covers that are there, before all other pictures. */
+/** Replaces all front covers by `cover`, and puts it before all other pictures. */
 void setFront(Comment& comment, const Cover& cover);
 
-/** What is in a FLAC picture block, which is also what a comment's picture field holds in base64. */
+/** The picture in a FLAC picture block. A comment's picture field holds such a block in Base64. */
 [[nodiscard]] Picture pictureIn(std::string_view block);
 
 [[nodiscard]] std::string pictureBlock(const Cover& cover);

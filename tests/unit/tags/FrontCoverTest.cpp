@@ -26,7 +26,7 @@ using tests::jpegOf;
 using tests::pngOf;
 using tests::SongTest;
 
-/** Noise, which no encoder makes smaller. */
+/** Noise, because no encoder can compress it. */
 std::string largePng() {
     std::mt19937 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same picture each time
     const tests::Picture picture = tests::picture(600, 600);
@@ -36,7 +36,7 @@ std::string largePng() {
     return tests::png(picture);
 }
 
-/** One test for each kind of file. */
+/** Tests for every kind of file. */
 class EverySong : public SongTest, public testing::WithParamInterface<std::string> {};
 
 TEST_P(EverySong, TakesACoverAndKeepsTheRest) {
@@ -55,7 +55,7 @@ TEST_P(EverySong, TakesACoverAndKeepsTheRest) {
         setCover(song, cover);
         EXPECT_EQ(tests::soundOf(song), sound);
         EXPECT_EQ(tests::textsOf(song), texts);
-        EXPECT_EQ(tests::pictureCountOf(song), 2U); // and the back
+        EXPECT_EQ(tests::pictureCountOf(song), 2U); // front and back
     }
 }
 
@@ -80,7 +80,10 @@ TEST_P(EverySong, IsKnownByItsContentAlone) {
     EXPECT_TRUE(coverOf(withCover(renamed, cover)) == cover);
 }
 
-/** What isn't noticed must not matter, as the name under which the cover is kept. */
+/**
+ * A wrong byte that goes unnoticed must not matter. The cover's file name in a tag has such bytes, for
+ * example.
+ */
 TEST_P(EverySong, IsNoProofWithAWrongByteThatMatters) {
     const path song = tests::makeSong(GetParam(), folder());
     tests::addTags(song, GetParam(), {pngOf(8, 1), pngOf(8, 2)}, 3);
@@ -117,10 +120,10 @@ TEST_P(EverySong, IsNoProofWithAWrongByteThatMatters) {
 INSTANTIATE_TEST_SUITE_P(Kind, EverySong, testing::ValuesIn(tests::songKinds()),
                          [](const auto& test) { return test.param; });
 
-/** What holds for one kind of file only. */
+/** Tests for one kind of file each. */
 class OneSong : public SongTest {};
 
-/** A file from its parts: the first `headSize` bytes are replaced. */
+/** Replaces the first `headSize` bytes of the file. */
 void replaceHead(const path& song, std::size_t headSize, const std::string& head) {
     tests::writeFile(song, head + tests::fileBytes(song).substr(headSize));
 }
@@ -153,7 +156,10 @@ TEST_F(OneSong, Mp3KeepsItsOldTagOfVersionTwo) {
     EXPECT_NE(tests::textsOf(song).find("title"), std::string::npos);
 }
 
-/** The title and so on come before everything else in old files, where new players don't look. */
+/**
+ * Old files have their texts in a tag at the end, where new players don't look. The new tag must have them
+ * too.
+ */
 TEST_F(OneSong, Mp3KeepsTheTagAtItsEndAndItsTextsAreRead) {
     const path song = tests::makeSong("mp3", folder());
     std::string end = "TAG" + std::string(124, '\0') + '\x11';
@@ -173,8 +179,7 @@ TEST_F(OneSong, Mp3KeepsTheTagAtItsEndAndItsTextsAreRead) {
         EXPECT_NE(after.find(text), std::string::npos) << after << texts;
 }
 
-/** The longest sounds are in the files that are played over the net: they are not to be moved without need.
- */
+/** The longest songs are often played over the network, so their sound must not move without need. */
 TEST_F(OneSong, PaddingIsUsedUpBeforeTheSoundMoves) {
     for (const std::string kind : {"mp3", "flac", "aac", "faststart", "wma"}) {
         const path song = tests::makeSong(kind, folder());
@@ -217,7 +222,7 @@ TEST_F(OneSong, FlacLosesPicturesInItsComment) {
     EXPECT_EQ(tests::fileBytes(tagged).find("COVERART"), std::string::npos);
 }
 
-/** The second library sees none of this. */
+/** TagLib notices neither of these changes. */
 TEST_F(OneSong, IsNoProofWhenAnUnknownTagOrAnotherPictureIsDifferent) {
     const path song = tests::makeSong("mp3", folder());
     tests::addTags(song, "mp3", {pngOf(8, 1), pngOf(8, 2)}, 3);
@@ -242,7 +247,7 @@ TEST_F(OneSong, WmaKnowsItsNewSize) {
     EXPECT_TRUE(notes(std::filesystem::file_size(song)));
 }
 
-/** Some programs lose the mark on the last header; the sound behind it is not a header all the same. */
+/** Some programs lose the mark on the last header. The sound after it must not be read as a header. */
 TEST_F(OneSong, OggFlacIsReadWithoutTheMarkOnItsLastHeader) {
     const path song = tests::makeSong("oggflac", folder());
     tests::addTags(song, "oggflac", {pngOf(8, 1), pngOf(8, 2)}, 3);
@@ -272,7 +277,7 @@ TEST_F(OneSong, IsGivenNoOtherFormatsAndNothingTooLarge) {
     const path song = tests::makeSong("mp3", folder());
     const path ogg = tests::makeSong("vorbis", folder());
     EXPECT_EQ(tags::maxPictureBytes(song), 10'000'000U);
-    EXPECT_EQ(tags::maxPictureBytes(ogg), 7'500'000U); // base64
+    EXPECT_EQ(tags::maxPictureBytes(ogg), 7'500'000U); // 10 MB in Base64
     const std::string before = tests::fileBytes(song);
     std::string large = jpegOf(16, 1);
     large.resize(10'000'001);

@@ -89,7 +89,7 @@ TEST(Id3v2, ReadsDescriptionsInEveryEncoding) {
 }
 
 TEST(Id3v2, UndoesUnsynchronisation) {
-    const std::string coded = "\xFF\0\xE0 \xFF\0\0"s; // is FF E0, a blank, FF 00
+    const std::string coded = "\xFF\0\xE0 \xFF\0\0"s; // means FF E0, a blank, FF 00
     const std::string plain = "\xFF\xE0 \xFF\0"s;
     EXPECT_EQ(collected(tagOf(3, 0x80, "PRIV"s + bigEndian(plain.size(), 4) + "\0\0"s + coded)).others,
               std::vector{frame3("PRIV", plain)});
@@ -125,7 +125,7 @@ TEST(Id3v2, ReadsPlainSizesWhereSyncSafeOnesWereDue) {
     EXPECT_EQ(collected(tagOf(4, 0, frames)).others.size(), 2U);
 }
 
-/** Taken for a sync-safe number, the first size leads to a zero, which could be padding. */
+/** Read as a sync-safe number, the first size leads to a zero, which looks like padding. */
 TEST(Id3v2, IsNotLedAstrayByAZeroInAFrame) {
     const std::string frames =
         frame3("PRIV", std::string(100, 'x') + std::string(200, '\0')) + frame3("TIT2", "\0t"s);

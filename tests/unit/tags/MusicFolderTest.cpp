@@ -26,7 +26,7 @@ protected:
         }
     }
 
-    /** Why the song is refused; its folder has to be as well. */
+    /** The reason why songIn() refuses the song. Expects folderOf() to refuse it too. */
     [[nodiscard]] std::string refusal(const fs::path& song) const { return refusal(music_, song); }
 
     static std::string refusal(const fs::path& musicFolder, const fs::path& song) {

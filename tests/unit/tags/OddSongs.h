@@ -18,7 +18,7 @@ inline std::string id3v2(char version, const std::string& frames) {
     return std::string("ID3") + version + std::string(2, '\0') + syncSafe(frames.size()) + frames;
 }
 
-/** Puts an atom at the end of the movie, which is at the end of the file. */
+/** Appends an atom to the movie. The movie must be at the end of the file. */
 inline void appendToMovie(const std::filesystem::path& song, const std::string& bytes) {
     std::string file = fileBytes(song);
     const std::size_t at = file.rfind("moov") - 4;

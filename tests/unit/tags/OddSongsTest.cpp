@@ -30,10 +30,12 @@ using tests::makeSong;
 using tests::pngOf;
 using tests::writeFile;
 
-/** Files as they come from programs that read the rules in their own way, and from people who mean harm. */
+/** Files from programs that interpret the formats in their own way, and hostile files. */
 class OddSong : public tests::SongTest {
 protected:
-    /** The song takes the cover or is refused; anything else ends the test, or the process. */
+    /**
+     * Expects the song to take the cover or to be refused. Anything else fails the test or ends the process.
+     */
     void expectTakenOrRefused(const path& song) const {
         const auto begin = std::chrono::steady_clock::now();
         try {
@@ -46,7 +48,7 @@ protected:
 
 TEST_F(OddSong, Mp3WithAnOldTagBehindTheNewOne) {
     const path song = makeSong("mp3", folder());
-    const std::string content(100'000, 'x'); // longer than sound is searched for
+    const std::string content(100'000, 'x'); // beyond the range searched for sound
     const std::string old = id3v2(3, "PRIV" + bigEndian(content.size(), 4) + "\0\0"s + content);
     const std::string sound = fileBytes(song);
     writeFile(song, id3v2(3, "TIT2\0\0\0\2\0\0\0t"s) + old + sound);
@@ -72,7 +74,7 @@ TEST_F(OddSong, Mp3WithAnExtendedHeader) {
     EXPECT_NE(tests::textsOf(song).find("title"), std::string::npos);
 }
 
-/** A tenth of a second of silence. */
+/** A WAV file of silence at 8000 bytes a second, with `behind` after the sound. */
 std::string waveOf(std::size_t bytesOfSound, const std::string& behind) {
     const std::string format = "fmt "s + littleEndian(16, 4) + littleEndian(1, 2) + littleEndian(1, 2) +
                                littleEndian(8000, 4) + littleEndian(8000, 4) + littleEndian(1, 2) +
@@ -100,12 +102,12 @@ TEST_F(OddSong, WavOfOddSize) {
     }
 }
 
-/** A chunk of a WAV, or an item of its list of texts. */
+/** A WAV chunk, or an item of its INFO list. */
 std::string item(const std::string& id, const std::string& text) {
     return id + littleEndian(text.size(), 4) + text + std::string(text.size() % 2, '\0');
 }
 
-/** Players that find an ID3v2 tag look no further. */
+/** Players ignore the INFO list if there is an ID3v2 tag, so the tag must have the same texts. */
 TEST_F(OddSong, WavKeepsItsOwnTextsAndTheyAreRead) {
     const path song = folder() / "info.wav";
     for (const std::string& title : {"Caf\xE9"s, "Caf\xC3\xA9"s, "Caf\xC3\xA9 \xF0\x9F\x8E\xB5"s}) {
@@ -125,7 +127,9 @@ TEST_F(OddSong, WavKeepsItsOwnTextsAndTheyAreRead) {
     }
 }
 
-/** The encoder stays where it is; not all that TagLib 2 reads there has a place in the other tag. */
+/**
+ * The encoder's name stays in the INFO list only: TagLib 2 reads more there than the new tag has a place for.
+ */
 TEST_F(OddSong, WavWithoutAUsualTextInItsNewTagIsNoticed) {
     const path song = folder() / "info.wav";
     const path tagged = folder() / "tagged.wav";
@@ -158,7 +162,7 @@ TEST_F(OddSong, WavWithoutRoomIsRefusedBeforeItIsChanged) {
     head.replace(4, 4, littleEndian(size - 8, 4));
     head.replace(head.size() - 4, 4, littleEndian(size - head.size(), 4));
     writeFile(song, head);
-    std::filesystem::resize_file(song, size); // takes no space
+    std::filesystem::resize_file(song, size); // sparse, takes no disk space
     EXPECT_LT(tags::maxPictureBytes(song), 5000U);
     EXPECT_GT(tags::maxPictureBytes(song), 4000U);
     std::string picture = jpegOf(16, 1);
@@ -184,7 +188,7 @@ TEST_F(OddSong, ApeTagWithoutHeaderBeforeAnId3v1Tag) {
     EXPECT_NE(bytes.find(item), std::string::npos);
 }
 
-/** Changes an Ogg file in Python: "pages" has all of them. */
+/** Runs Python code that edits the pages of an Ogg file: the list "pages". */
 void editPages(const path& song, const std::string& code) {
     tests::run({"/usr/bin/python3", "-c", R"(
 import sys
@@ -238,7 +242,7 @@ TEST_F(OddSong, OggChainWithoutTheMarkOfItsFirstEnd) {
     editPages(song, "pages[-1].last = False");
     writeFile(song, fileBytes(song) + next);
     std::string picture = jpegOf(16, 1);
-    picture.resize(200'000); // takes more than one page, so that the next ones get other numbers
+    picture.resize(200'000); // more than a page, so that later pages get new numbers
     setCover(song, picture);
     EXPECT_TRUE(fileBytes(song).ends_with(next)) << "the next song of the chain has its own numbers";
 }

@@ -12,7 +12,7 @@
 
 namespace tests {
 
-/** What the program writes to its standard output; it has to succeed. */
+/** The program's standard output. @throws std::runtime_error when it fails */
 inline std::string run(std::vector<std::string> words) {
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);

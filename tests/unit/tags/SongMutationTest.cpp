@@ -25,7 +25,7 @@ std::size_t below(std::size_t limit, Random& random) {
     return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
 }
 
-/** Tags are at the beginning and at the end of a file; damage to the sound tells nothing. */
+/** Mostly near the beginning or the end of the file, where the tags are. Damaged sound proves nothing. */
 std::size_t placeIn(const std::string& bytes, Random& random) {
     const std::size_t head = std::min<std::size_t>(bytes.size(), 3000);
     switch (below(8, random)) {
@@ -49,7 +49,7 @@ void putNumber(std::string& bytes, std::size_t at, Random& random) {
                   std::min(text.size(), bytes.size() - at));
 }
 
-/** One of the things that go wrong with a file, or that somebody does to it. */
+/** Damages the bytes in one way that occurs by accident or in an attack. */
 void mutate(std::string& bytes, Random& random) {
     const std::size_t at = placeIn(bytes, random);
     switch (below(8, random)) {
@@ -65,7 +65,7 @@ void mutate(std::string& bytes, Random& random) {
     case 3:
         if (below(4, random) == 0) bytes.resize(at + 1);
         break;
-    case 4: { // a part comes twice, or elsewhere
+    case 4: { // copies a part to another place
         const std::string part = bytes.substr(at, 1 + below(below(2, random) == 0 ? 40 : 2000, random));
         bytes.insert(placeIn(bytes, random), part);
         break;
@@ -83,8 +83,10 @@ void mutate(std::string& bytes, Random& random) {
     if (bytes.empty()) bytes.push_back('x');
 }
 
-/** True when the song has got the cover; refusing it with a sentence is as good. Anything else fails the
- * test. */
+/**
+ * Whether the song takes the cover. A refusal with util::Exception is correct too; anything else fails the
+ * test.
+ */
 bool takesCover(const std::filesystem::path& song, const std::string& cover) {
     std::filesystem::path tagged = song;
     tagged += ".tagged";

@@ -32,14 +32,14 @@ inline void writeCover(const std::filesystem::path& song, const std::string& cov
     tags::writeFrontCover(song, bytesOf(cover), file);
 }
 
-/** Songs in a folder of their own. */
+/** Songs in a temporary folder. */
 class SongTest : public testing::Test {
 protected:
     using path = std::filesystem::path;
 
     [[nodiscard]] const path& folder() const { return folder_.path(); }
 
-    /** A copy of the song with that cover. */
+    /** A copy of the song with this cover. */
     path withCover(const path& song, const std::string& cover) const {
         path copy = folder() / "copy";
         copy += song.extension();
@@ -47,8 +47,9 @@ protected:
         return copy;
     }
 
-    /** Writes the cover into a copy, proves that only the cover is new, and puts the copy in the song's
-     * place. */
+    /**
+     * Writes the cover into a copy, checks that nothing else has changed, and replaces the song by the copy.
+     */
     void setCover(const path& song, const std::string& cover) const {
         const path copy = withCover(song, cover);
         tags::verify(song, copy, bytesOf(cover));

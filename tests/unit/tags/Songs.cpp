@@ -38,7 +38,7 @@ using Words = std::vector<std::string>;
 
 struct Recipe {
     std::string extension;
-    Words options; // of ffmpeg
+    Words options; // for ffmpeg
 };
 
 const std::map<std::string, Recipe>& recipes() {
@@ -62,7 +62,10 @@ const std::map<std::string, Recipe>& recipes() {
     return all;
 }
 
-/** Nobody packages an encoder, but a second of silence is two words, and a real decoder plays it. */
+/**
+ * Built by hand, because no encoder is packaged. A second of silence is only two words, and a real decoder
+ * can play it.
+ */
 std::string silentApe() {
     using tags::littleEndian;
     constexpr std::size_t descriptorSize = 52;
@@ -131,7 +134,7 @@ std::unique_ptr<TagLib::FLAC::Picture> flacPicture(TagLib::FLAC::Picture::Type t
     return picture;
 }
 
-/** FLAC and all kinds of Ogg have the same calls. */
+/** FLAC and all kinds of Ogg have the same functions in TagLib. */
 template <typename Target>
 void addFlacPictures(Target& target, const TagPictures& pictures) {
     using Picture = TagLib::FLAC::Picture;
@@ -182,7 +185,10 @@ void add(TagLib::APE::Tag* tag, const TagPictures& pictures) {
     addItem("Odd", std::string("\0\xFF\x01", 3));
 }
 
-/** TagLib makes an Ogg FLAC file that it can't read again: it loses the mark on the last header. */
+/**
+ * Uses mutagen, because TagLib writes Ogg FLAC files that it can't read again: it loses the mark on the last
+ * header.
+ */
 void addToOggFlac(const std::filesystem::path& song, const TagPictures& pictures) {
     const std::filesystem::path front = song.parent_path() / "front.png";
     const std::filesystem::path back = song.parent_path() / "back.png";
@@ -205,7 +211,10 @@ tags.save()
          song.string(), front.string(), back.string()});
 }
 
-/** ffmpeg does not find WMA pictures of more than 64 KB. Front covers come first. */
+/**
+ * The pictures of a WMA file, front covers first. Uses mutagen, because ffmpeg doesn't find pictures above 64
+ * KB.
+ */
 std::vector<std::string> wmaPictures(const std::filesystem::path& song) {
     const std::string lines = run({"/usr/bin/python3", "-c", R"(
 import sys
@@ -225,7 +234,7 @@ for value in sorted((a.value for a in ASF(sys.argv[1]).get("WM/Picture", [])), k
     return pictures;
 }
 
-/** Opens the song, adds what there is to add, and saves it. */
+/** Opens the song with TagLib, sets its texts, calls `addTo`, and saves. */
 template <typename File, typename Add>
 void edit(const std::filesystem::path& song, Add addTo) {
     File file(song.c_str());

@@ -41,7 +41,7 @@ std::string noise(std::size_t size) {
 
 class Truncation : public tests::SongTest {
 protected:
-    /** Why a file with these bytes takes no cover; empty when it takes one. */
+    /** The reason why a file with these bytes is refused; empty if it takes a cover. */
     std::string refusal(const std::string& bytes) const {
         const path song = folder() / "song";
         tests::writeFile(song, bytes);
@@ -57,7 +57,7 @@ protected:
         return fileBytes(makeSong(kind, folder()));
     }
 
-    /** Two seconds, as ffmpeg encodes them with these options. */
+    /** Two seconds of noise, encoded by ffmpeg with these options. */
     [[nodiscard]] std::string encoded(const std::string& extension, std::vector<std::string> options) const {
         const path song = folder() / ("encoded." + extension);
         std::vector<std::string> words{"ffmpeg", "-v",    "error", "-y",
@@ -68,7 +68,7 @@ protected:
         return fileBytes(song);
     }
 
-    /** Likewise, by an encoder that can't go back to note lengths. */
+    /** The same, written to a pipe: the encoder can't go back to store lengths. */
     static std::string piped(const std::string& format, const std::vector<std::string>& options) {
         std::vector<std::string> words{
             "ffmpeg", "-v", "error", "-f", "lavfi", "-i", "anoisesrc=d=2:c=pink:seed=3"};
@@ -82,7 +82,7 @@ class EveryKind : public Truncation, public testing::WithParamInterface<std::str
 
 TEST_P(EveryKind, IsRefusedWhereverItIsCutOff) {
     std::string whole = bytesOfSong(GetParam());
-    whole.resize(std::min(whole.size(), whole.find("APETAGEX"))); // a tag is not missed
+    whole.resize(std::min(whole.size(), whole.find("APETAGEX"))); // a missing tag isn't noticed
     ASSERT_EQ(refusal(whole), "");
     for (const std::size_t left : {whole.size() / 2, whole.size() - 1, std::size_t{40}})
         EXPECT_TRUE(refusal(whole.substr(0, left)).ends_with(" is truncated."))
@@ -102,7 +102,7 @@ TEST_P(EveryKind, ShowsItsCoverAlsoWhenItIsCutOff) {
 INSTANTIATE_TEST_SUITE_P(Kind, EveryKind, testing::ValuesIn(tests::songKinds()),
                          [](const auto& test) { return test.param; });
 
-/** Other programs put a lot of things there. */
+/** Other programs append many kinds of data. */
 TEST_F(Truncation, IsNotSeenInWhatStandsBehindTheSound) {
     for (const std::string kind : {"mp3", "flac", "wma", "wavpack", "musepack", "ape"}) {
         const std::string whole = bytesOfSong(kind);
@@ -153,7 +153,7 @@ TEST_F(Truncation, OfFlacWithOneSample) {
     EXPECT_EQ(refusal(whole.substr(0, whole.size() - 1)), "The FLAC file is truncated.");
 }
 
-/** The frames of an MP3 with a constant bit rate of 128 kbit/s are 417 or 418 bytes long. */
+/** The next frame after `at`. Frames of an MP3 at a constant 128 kbit/s are 417 or 418 bytes long. */
 std::size_t frameBorder(const std::string& mp3, std::size_t at) { return mp3.find("\xFF\xFB\x90"s, at); }
 
 TEST_F(Truncation, OfMp3IsSeenBetweenFramesWhereItsLengthIsNoted) {
@@ -163,7 +163,7 @@ TEST_F(Truncation, OfMp3IsSeenBetweenFramesWhereItsLengthIsNoted) {
     ASSERT_NE(whole.find("Info"), std::string::npos);
     EXPECT_EQ(refusal(whole), "");
     EXPECT_EQ(refusal(whole.substr(0, frameBorder(whole, whole.size() / 2))), "The MP3 file is truncated.");
-    const std::size_t length = std::string("Info").size() + 8; // behind the flags and the number of frames
+    const std::size_t length = std::string("Info").size() + 8; // after the flags and the number of frames
     std::string vbri = whole;
     vbri.replace(vbri.find("Info"), 4, "none");
     EXPECT_EQ(refusal(vbri.substr(0, frameBorder(whole, whole.size() / 2))), "") << "it isn't noted";
@@ -184,7 +184,7 @@ TEST_F(Truncation, OfMp3IsSeenInAllLayersAndVersions) {
     }
 }
 
-/** Where WavPack blocks begin. */
+/** The positions of the WavPack blocks. */
 std::vector<std::size_t> blocksOf(const std::string& wavPack) {
     std::vector<std::size_t> blocks;
     for (std::size_t at = wavPack.find("wvpk"); at != std::string::npos; at = wavPack.find("wvpk", at + 1))
@@ -209,7 +209,10 @@ TEST_F(Truncation, OfWmaIsNotKnownForABroadcast) {
     EXPECT_EQ(refusal(whole.substr(0, whole.size() / 2)), "");
 }
 
-/** A Musepack file of version 7 whose frames have these many bits; no program that is packaged makes one. */
+/**
+ * A Musepack file of version 7. No packaged program makes one.
+ * @param frames the length of each frame in bits
+ */
 std::string musepack7(const std::vector<std::uint32_t>& frames) {
     std::vector<bool> bits;
     for (const std::uint32_t length : frames) {
