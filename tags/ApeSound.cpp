@@ -14,13 +14,12 @@ namespace tags::ape {
 namespace {
 
 /**
- * WavPack 4 and 5 (the header that wavpack.h describes): blocks with a number of samples each, the first of
- * which may know how many there are in all. Decoders look for the next block where there is none, so what is
- * no block tells nothing.
+ * WavPack 4 and 5 (the header in wavpack.h): a sequence of blocks. Each block has its number of samples; the
+ * first one may have the total. Decoders skip unknown bytes to the next block, so such bytes prove nothing.
  */
 void checkWavPack(const SongFile& file, Range sound) {
     constexpr std::size_t headerSize = 32;
-    constexpr std::uint64_t uncounted = 8; // bytes at the beginning that a block's size leaves out
+    constexpr std::uint64_t uncounted = 8; // first bytes of a block, not counted in its size
     constexpr std::uint32_t unknown = 0xFFFFFFFF;
     const std::uint64_t end = sound.at + sound.size;
     std::uint64_t total = 0;
@@ -36,7 +35,7 @@ void checkWavPack(const SongFile& file, Range sound) {
         const std::uint64_t samples = in.littleEndian(20, 4);
         const std::uint64_t upper = in.byte(11);
         const std::uint32_t lower = in.littleEndian(12, 4);
-        // The lower word never becomes the one that means unknown: it counts to one less.
+        // The lower word skips the value that means unknown, so each upper unit counts 2^32 - 1.
         if (samples != 0 && index == 0 && lower != unknown) total = (upper << 32U) + lower - upper;
         if (samples != 0) reached = std::max(reached, index + samples);
         at += size;
@@ -46,8 +45,10 @@ void checkWavPack(const SongFile& file, Range sound) {
 
 constexpr std::string_view musepack = "Musepack file";
 
-/** The number behind a packet's name (seven bits a byte, all but the last with the upper bit set) and its
- * place's end; of size 0 where it is none. */
+/**
+ * The number after a packet's name: `size` is its value, `at` its end. A byte holds seven bits; all bytes but
+ * the last have the upper bit set. Both are 0 if it isn't valid.
+ */
 Range packetSize(const util::ByteReader& in) {
     constexpr std::size_t longest = 9;
     Range number{.at = 2, .size = 0};
@@ -59,7 +60,7 @@ Range packetSize(const util::ByteReader& in) {
     return number;
 }
 
-/** Version 8, as its stream is described: named packets, the last of which is SE. */
+/** Version 8, as Musepack describes its stream: named packets; the last one is SE. */
 void checkPackets(const SongFile& file, Range sound) {
     constexpr std::size_t headSize = 16;
     const std::uint64_t end = sound.at + sound.size;
@@ -78,12 +79,12 @@ void checkPackets(const SongFile& file, Range sound) {
     readerOf({}, musepack).truncated();
 }
 
-/** Bits of version 7: the upper ones first, out of words that have their lower bytes first. */
+/** The bits of version 7, upper bits first. They come in words of 32 bits, stored in little endian. */
 class Bits {
 public:
     Bits(const SongFile& file, Range sound) : file_(file), sound_(sound) {}
 
-    /** @throws util::Exception where a word that has one of them is not there */
+    /** @throws util::Exception when the file ends before these bits */
     std::uint32_t read(std::uint64_t at, unsigned count) {
         const std::uint64_t two =
             std::uint64_t{word(at / 32)} << 32U | (at % 32 + count > 32 ? word(at / 32 + 1) : 0);
@@ -109,7 +110,7 @@ private:
     std::uint64_t windowAt_ = 0; // a multiple of 4
 };
 
-/** Version 7: a header of 25 bytes, and frames, each with its length in bits before it. */
+/** Version 7: a header of 25 bytes, then frames. Each frame has its length in bits before it. */
 void checkFrames(const SongFile& file, Range sound) {
     constexpr unsigned lengthBits = 20;
     const std::string head = file.read(sound.at, 8);
@@ -117,7 +118,7 @@ void checkFrames(const SongFile& file, Range sound) {
     std::uint64_t at = 200;
     for (std::uint32_t left = readerOf(head, musepack).littleEndian(4, 4); left != 0; --left)
         at += lengthBits + bits.read(at, lengthBits);
-    // Files end with a whole word, whose last byte comes first in the stream.
+    // The file must end with a whole word: the first bits of a word are in its last byte.
     if ((at + 31) / 32 * 4 > sound.size) readerOf({}, musepack).truncated();
 }
 
@@ -129,7 +130,7 @@ void checkMusepack(const SongFile& file, Range sound) {
         checkFrames(file, sound);
 }
 
-/** From version 3.98 on, a descriptor in front has the sizes of all parts. */
+/** From version 3.98 on, the file begins with a descriptor, which has the sizes of all parts. */
 void checkMonkeysAudio(const SongFile& file, Range sound) {
     constexpr std::uint32_t firstWithDescriptor = 3980;
     constexpr std::size_t descriptorSize = 52;
@@ -137,7 +138,7 @@ void checkMonkeysAudio(const SongFile& file, Range sound) {
     const util::ByteReader in = readerOf(head, "Monkey's Audio file");
     if (in.littleEndian(4, 2) < firstWithDescriptor) return;
     if (!in.has(0, descriptorSize)) in.truncated();
-    std::uint64_t size = std::uint64_t{in.littleEndian(28, 4)} << 32U; // the upper half of the sound's
+    std::uint64_t size = std::uint64_t{in.littleEndian(28, 4)} << 32U; // upper half of the sound's size
     for (const std::size_t part : std::array<std::size_t, 6>{8, 12, 16, 20, 24, 32})
         size += in.littleEndian(part, 4);
     if (size > sound.size) in.truncated();

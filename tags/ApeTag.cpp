@@ -21,7 +21,7 @@ constexpr std::uint32_t isHeader = 0x20000000;
 constexpr std::uint32_t binary = 0x02;
 constexpr std::string_view frontKey = "Cover Art (Front)";
 
-/** The tag at the end of the file, before an ID3v1 tag if there is one. */
+/** The APEv2 tag at the end of the file; an ID3v1 tag may follow it. */
 struct Tag {
     Range place;
     std::vector<std::string> items;
@@ -57,7 +57,7 @@ Tag tagOf(const SongFile& file) {
     if (!footer.starts_with(marker)) return tag;
 
     const util::ByteReader in = readerOf(footer, subject);
-    const std::uint64_t size = in.littleEndian(12, 4); // of the items and the footer
+    const std::uint64_t size = in.littleEndian(12, 4); // of items and footer
     const std::uint32_t flags = in.littleEndian(20, 4);
     if (in.littleEndian(8, 4) != version) in.unsupported();
     const std::uint64_t whole = size + ((flags & hasHeader) != 0 ? footerSize : 0);
@@ -74,7 +74,7 @@ bool isFront(const std::string& item) { return upperCase(keyOf(item)) == upperCa
 
 bool isPicture(const std::string& item) { return upperCase(keyOf(item)).starts_with("COVER ART ("); }
 
-/** A file name or a description, one NUL, and the image. */
+/** The value is a file name or description, a NUL, and the image. */
 Picture pictureIn(const std::string& item) {
     const std::string value = item.substr(item.find('\0', 8) + 1);
     const std::size_t nameEnd = value.find('\0');

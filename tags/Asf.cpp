@@ -14,8 +14,8 @@ using namespace std::string_view_literals;
 constexpr std::string_view subject = "WMA file";
 constexpr std::size_t guidSize = 16;
 constexpr std::size_t objectHeader = 24;    // GUID and size
-constexpr std::size_t fileHeader = 30;      // that, a number of objects, two reserved bytes
-constexpr std::size_t extensionHeader = 22; // what a header extension has before its objects
+constexpr std::size_t fileHeader = 30;      // an object's header, the number of objects, two reserved bytes
+constexpr std::size_t extensionHeader = 22; // bytes before the objects in a header extension
 constexpr std::uint32_t frontCover = 3;
 constexpr std::uint32_t bytesType = 1;
 
@@ -33,8 +33,7 @@ struct Object {
     std::string content;
 };
 
-/** One attribute, as the extended content description (values of less than 64 KB) or the metadata library has
- * it. */
+/** An attribute of the extended content description, for values below 64 KB, or of the metadata library. */
 struct Attribute {
     std::string stored;
     std::string name; // UTF-16
@@ -103,7 +102,7 @@ std::vector<Attribute> attributesIn(const Object& object) {
         };
         Attribute attribute;
         const std::size_t nameSize = in.littleEndian(library ? at + 4 : at, 2);
-        if (library) { // language, stream, size of the name, type, size of the value; then both
+        if (library) { // language, stream, name size, type, value size; then name and value
             attribute.type = in.littleEndian(at + 6, 2);
             attribute.name = text(at + 12, nameSize);
             attribute.value = text(at + 12 + nameSize, in.littleEndian(at + 8, 4));
@@ -133,14 +132,14 @@ bool isPicture(const Attribute& attribute) {
            (attribute.name == name || attribute.name == std::string_view(name).substr(0, name.size() - 2));
 }
 
-/** Where a UTF-16 text has ended. */
+/** The end of a UTF-16 text, after its NUL. */
 std::size_t endOfText(std::string_view bytes, std::size_t at) {
     while (at + 1 < bytes.size() && (bytes[at] != '\0' || bytes[at + 1] != '\0'))
         at += 2;
     return std::min(at + 2, bytes.size());
 }
 
-/** Its type, its size, the MIME type, a description, and the image. */
+/** The value is the picture's type, its size, the MIME type, a description, and the image. */
 Picture pictureIn(const Attribute& attribute) {
     const util::ByteReader in = readerOf(attribute.value, subject);
     Picture picture{
@@ -180,7 +179,7 @@ void collectAttributes(const Object& object, StoredTags& tags) {
     }
 }
 
-/** There is one level of objects in objects, which is the extension of the header. */
+/** Objects contain other objects at one level only: in the header extension. */
 void collect(const std::vector<Object>& objects, bool inExtension, StoredTags& tags) {
     for (const Object& object : objects) {
         if (object.guid == contentGuid || object.guid == libraryGuid) {
@@ -216,8 +215,7 @@ Object& objectWith(std::vector<Object>& objects, std::string_view guid, std::str
     return objects.back();
 }
 
-/** Takes the front covers out of the object, and puts `cover` in before all other pictures unless it is null.
- */
+/** Removes all front covers from the object. Unless `cover` is null, inserts it before all other pictures. */
 void change(Object& object, const Cover* cover) {
     std::vector<Attribute> attributes = attributesIn(object);
     std::erase_if(attributes, isFront);
@@ -230,7 +228,7 @@ void change(Object& object, const Cover* cover) {
 }
 
 void setFront(std::vector<Object>& header, const Cover& cover) {
-    constexpr std::size_t maxInContent = 0xFFFF; // an attribute's value there
+    constexpr std::size_t maxInContent = 0xFFFF; // largest value of an attribute there
     const auto none = "\0\0"sv;
     const bool large = attributeOf(cover, true).value.size() > maxInContent;
     change(objectWith(header, contentGuid, none), large ? nullptr : &cover);
@@ -243,7 +241,7 @@ void setFront(std::vector<Object>& header, const Cover& cover) {
                               littleEndian(content.size(), 4) + content);
 }
 
-/** The file's size is noted in its properties; a live recording has another number there, which stays. */
+/** Updates the file's size in the file properties. A live recording has another number there, which stays. */
 void noteSize(std::vector<Object>& header, std::uint64_t oldSize, std::uint64_t newSize) {
     const auto properties = std::ranges::find(header, filePropertiesGuid, &Object::guid);
     if (properties == header.end() || properties->content.size() < guidSize + 8) return;
@@ -266,7 +264,7 @@ void writeFront(SongFile& file, const Cover& cover) {
                      reserved + render(header));
 }
 
-/** What was recorded while it was sent may have no length. */
+/** A recording of a live broadcast may have no length. */
 bool isBroadcast(const std::vector<Object>& header) {
     constexpr std::size_t flagsAt = 64;
     const auto properties = std::ranges::find(header, filePropertiesGuid, &Object::guid);
@@ -274,9 +272,9 @@ bool isBroadcast(const std::vector<Object>& header) {
            (readerOf(properties->content, subject).byte(flagsAt) & 1U) != 0;
 }
 
-/** The sound stands in one object behind the header, as the Advanced Systems Format has it (section 5). */
+/** The sound is in one data object after the header (Advanced Systems Format, section 5). */
 void checkWhole(const SongFile& file) {
-    constexpr std::uint64_t smallest = 50; // one without sound; programs that know no length write that or 0
+    constexpr std::uint64_t smallest = 50; // without sound; programs write 50 or 0 for an unknown length
     const std::uint64_t at = headerEnd(file);
     if (isBroadcast(headerOf(file))) return;
     const std::string data = file.readSome(at, objectHeader);

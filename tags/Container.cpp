@@ -29,7 +29,9 @@ std::optional<Container> oggContainer(const std::string& page) {
     return std::nullopt;
 }
 
-/** Formats that begin with their own mark; some of them may have an ID3v2 tag before it. */
+/**
+ * Formats that begin with a mark of their own. `afterTag`: only those that may have an ID3v2 tag before it.
+ */
 std::optional<Container> markedContainer(const std::string& head, bool afterTag) {
     const util::ByteReader in = readerOf(head, "song file");
     if (in.matches(0, "fLaC")) return Container::Flac;
@@ -87,8 +89,7 @@ const Format& formatOf(Container container) noexcept {
 }
 
 std::size_t maxPictureBytes(Container container) noexcept {
-    constexpr std::size_t hardStop =
-        10'000'000; // stays below the 16 MB where FLAC and ID3v2.2 count in 24 bits
+    constexpr std::size_t hardStop = 10'000'000; // below the 16 MB limit of 24-bit sizes in FLAC and ID3v2.2
     constexpr std::size_t inBase64 = hardStop / 4 * 3;
     return &formatOf(container) == &oggFormat ? inBase64 : hardStop;
 }

@@ -10,7 +10,7 @@
 namespace tags {
 namespace {
 
-/** Nobody wants to look at smaller ones. */
+/** Smaller pictures are of no use. */
 constexpr int minSidePixels = 200;
 
 image::Pixels scaledTo(image::Pixels pixels, int sidePixels) {

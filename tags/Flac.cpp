@@ -24,12 +24,12 @@ struct Block {
 };
 
 struct Parts {
-    std::string id3; // a tag that does not belong there, but that some programs write and others read
+    std::string id3; // a misplaced tag that some programs write and others read
     std::vector<Block> blocks;
     std::uint64_t soundAt = 0;
 };
 
-/** The sound begins with a frame, or the blocks' lengths are wrong. */
+/** If no frame begins here, the lengths of the blocks are wrong. */
 void checkSound(const SongFile& file, const util::ByteReader& in, std::uint64_t at) {
     if (at >= file.size()) in.truncated();
     const std::string sync = file.read(at, 2);
@@ -79,7 +79,7 @@ Body bodyOf(const SongFile& file) {
 }
 
 std::string render(const Block& block, bool last) {
-    constexpr std::size_t maxContent = 0xFFFFFF; // a longer one makes the whole file unreadable
+    constexpr std::size_t maxContent = 0xFFFFFF; // a longer one makes the file unreadable
     if (block.content.size() > maxContent)
         throw util::Exception("The picture is too large for a FLAC file, which takes less than 16 MB.");
     return bigEndian(block.type | (last ? 0x80U : 0U), 1) + bigEndian(block.content.size(), 3) +
@@ -100,8 +100,10 @@ void withoutFronts(Parts& parts) {
     if (id3v2::removeFront(tag)) parts.id3 = tag.frames.empty() ? "" : id3v2::render(tag, 0);
 }
 
-/** One front cover, in the block that is made for it: players differ in which of several places they look at
- * first. */
+/**
+ * Writes one front cover, into a picture block, and removes those in other places: players differ in where
+ * they look first.
+ */
 void writeFront(SongFile& file, const Cover& cover) {
     Parts parts = partsOf(file);
     withoutFronts(parts);

@@ -15,10 +15,10 @@ namespace {
 constexpr std::string_view subject = "FLAC file";
 constexpr std::size_t footerSize = 2;
 
-/** What STREAMINFO tells of all frames; 0 where it doesn't know. */
+/** The facts about all frames in STREAMINFO; 0 if unknown. */
 struct Stream {
-    std::uint32_t blockSize = 0; // where all have the same but the last
-    bool countsFrames = false;   // where a frame is marked so; old encoders left the mark out
+    std::uint32_t blockSize = 0; // of every frame but the last, if all have the same
+    bool countsFrames = false;   // false: all frames count samples, though old encoders don't mark them
     std::uint32_t smallestFrame = 0;
     std::uint32_t largestFrame = 0;
     std::uint32_t channels = 0;
@@ -42,8 +42,8 @@ Stream streamFrom(std::string_view info) {
 
 struct Frame {
     std::size_t at = 0;
-    std::size_t soundAt = 0; // behind its header
-    std::uint64_t end = 0;   // the number of the first sample behind it
+    std::size_t soundAt = 0; // after the frame's header
+    std::uint64_t end = 0;   // number of the first sample after the frame
 };
 
 bool isChecksum(const util::ByteReader& in, std::size_t at, std::size_t length) {
@@ -56,7 +56,10 @@ bool isChecksum(const util::ByteReader& in, std::size_t at, std::size_t length) 
     return in.byte(at + length) == sum;
 }
 
-/** Whether a frame has the channels and the sample size of the stream; chance bytes mostly have not. */
+/**
+ * Whether a frame header has the stream's channels and sample size. Bytes that only look like a header rarely
+ * do.
+ */
 bool fits(const Stream& stream, std::uint32_t format) {
     static constexpr std::array<std::uint32_t, 8> sampleSizes{0, 8, 12, 0, 16, 20, 24, 32};
     const std::uint32_t channels = format >> 4U;
@@ -71,7 +74,7 @@ struct Number {
     std::size_t length = 0;
 };
 
-/** Coded as UTF-8 codes characters, but with up to 36 bits. */
+/** A number coded like a character in UTF-8, but with up to 36 bits. */
 std::optional<Number> numberAt(const util::ByteReader& in, std::size_t at) {
     std::uint32_t first = in.byte(at);
     std::size_t length = 0;
@@ -89,7 +92,9 @@ std::optional<Number> numberAt(const util::ByteReader& in, std::size_t at) {
     return number;
 }
 
-/** The block size by its code; where that stands behind the number, `behind`. */
+/**
+ * The block size for a code. Some codes mean that the size is stored at `behind`, after the frame's number.
+ */
 std::uint32_t blockSizeOf(std::uint32_t code, const util::ByteReader& in, std::size_t behind) {
     if (code == 1) return 192;
     if (code < 6) return 576U << (code - 2);
@@ -97,7 +102,7 @@ std::uint32_t blockSizeOf(std::uint32_t code, const util::ByteReader& in, std::s
     return 256U << (code - 8);
 }
 
-/** Near the end of `in` there must be enough bytes for the longest header. */
+/** @param in must contain enough bytes after `at` for the longest header */
 std::optional<Frame> frameAt(const util::ByteReader& in, std::size_t at, const Stream& stream) {
     const std::uint32_t codes = in.byte(at + 2);
     const std::uint32_t blockCode = codes >> 4U;
@@ -143,9 +148,9 @@ constexpr std::array<std::uint16_t, 256> checksumTable = [] {
 }();
 
 /**
- * Whether a frame begins with `bytes` and is `shortest` bytes long or longer, or as long as `bytes`: its
- * checksum tells. In bytes that are cut off there is one by chance now and then; so the more is known of its
- * length, the better.
+ * Whether `bytes` begins with a whole frame: the checksum is valid after `shortest` bytes or more, or after
+ * all of `bytes`. In a frame that is cut off, a checksum is valid by chance now and then, so `shortest`
+ * should be as large as possible.
  */
 bool isWhole(std::string_view bytes, std::size_t shortest) {
     std::uint32_t sum = 0;
@@ -156,10 +161,12 @@ bool isWhole(std::string_view bytes, std::size_t shortest) {
     return false;
 }
 
-/** The frame with the last sample of a stream that knows its length; or else that behind which there is no
- * other. */
+/**
+ * Whether the last frame is whole. If the stream's length is known, the last frame is the one with the last
+ * sample; else it is a frame with no other after it.
+ */
 bool hasLastFrame(const std::string& bytes, const std::vector<Frame>& frames, const Stream& stream) {
-    int tries = 16; // bytes that look like many last frames are made to take time
+    int tries = 16; // a hostile file could have many bytes that look like last frames
     for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
         if (stream.samples != 0 && frame->end < stream.samples) continue;
         if (tries-- == 0) break;
@@ -171,7 +178,7 @@ bool hasLastFrame(const std::string& bytes, const std::vector<Frame>& frames, co
     return false;
 }
 
-/** Whether there is a frame that another one follows. */
+/** Whether there is a whole frame directly before another one. */
 bool hasFrameBeforeAnother(const std::string& bytes, const std::vector<Frame>& frames) {
     for (std::size_t i = 1; i < frames.size(); ++i) {
         const std::size_t length = frames[i].at - frames[i - 1].at;
@@ -185,13 +192,13 @@ bool hasFrameBeforeAnother(const std::string& bytes, const std::vector<Frame>& f
 void checkWhole(const SongFile& file, std::string_view streamInfo, Range sound) {
     constexpr std::uint64_t smallestWindow = std::uint64_t{1024} * 1024;
     const Stream stream = streamFrom(streamInfo);
-    // Where the end is missing, this much has a frame that is whole besides the one that isn't.
+    // Even if the end is missing, a window of this size has one whole frame before the incomplete one.
     const std::uint64_t window =
         std::min(sound.size, std::max(smallestWindow, std::uint64_t{stream.largestFrame} * 2));
     const std::string bytes = file.read(sound.at + sound.size - window, window);
     const std::vector<Frame> frames = framesIn(bytes, stream);
     if (hasLastFrame(bytes, frames, stream)) return;
-    // Where all of that is no sound, its end is elsewhere.
+    // A window without any frame proves nothing: the sound ends somewhere before it.
     if (window == sound.size || hasFrameBeforeAnother(bytes, frames)) readerOf({}, subject).truncated();
 }
 

@@ -20,14 +20,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Servers and players on case-sensitive file systems look for it in lower case.
+// In lower case: on case-sensitive file systems, servers and players look for this name.
 constexpr const char* imageName = "folder.jpg";
 
-/** Under what names programs leave the front cover beside the songs, the most usual first. */
+/** The names that programs use for a front cover in the folder, most usual first. */
 constexpr std::array frontNames{imageName,    "cover.jpg", "front.jpg",  "folder.jpeg", "cover.jpeg",
                                 "front.jpeg", "cover.png", "folder.png", "front.png"};
 
-/** The file in `folder` with the first of these names that there is; empty where there is none. */
+/** The existing file in `folder` with the earliest of `names`, in any case; empty if there is none. */
 fs::path firstNamed(const fs::path& folder, std::span<const char* const> names) {
     std::error_code error;
     auto found = names.end();
@@ -56,12 +56,12 @@ bool hasFolderImage(const fs::path& song, const fs::path& musicFolder) {
 util::Buffer readFolderImage(const fs::path& song, const fs::path& musicFolder, std::size_t maxBytes) {
     const fs::path image = firstNamed(folderOf(musicFolder, song), frontNames);
     if (image.empty()) return {};
-    return util::readFile(songIn(musicFolder, image).c_str(), maxBytes); // a link must not lead elsewhere
+    return util::readFile(songIn(musicFolder, image).c_str(), maxBytes); // a link must not lead outside
 }
 
 void writeFolderImage(const fs::path& song, const fs::path& musicFolder, const image::ReceivedImage& image) {
     const fs::path target = folderOf(musicFolder, song) / imageName;
-    // The weakest players refuse larger ones, and progressive ones.
+    // The weakest players refuse larger pictures and progressive ones.
     util::replaceFile(
         target.c_str(),
         fittingPicture(image.bytes->bytes(), {.maxSidePixels = 1200, .baselineJpegOnly = true}).bytes());

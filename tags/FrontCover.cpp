@@ -19,7 +19,7 @@ std::string_view textOf(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/** Told by content: many files have a wrong MIME type, or none. */
+/** Recognised by content, because many files have a wrong MIME type or none. */
 bool isImage(const std::string& bytes) {
     const util::ByteReader in = readerOf(bytes, "picture");
     return in.matches(0, "\xFF\xD8\xFF") || in.matches(0, "\x89PNG\r\n\x1A\n") || in.matches(0, "GIF8") ||
@@ -28,7 +28,7 @@ bool isImage(const std::string& bytes) {
 
 StoredTags tagsOf(const SongFile& file) { return formatOf(containerOf(file)).tagsOf(file); }
 
-/** The picture that players show; null where there is none. */
+/** The picture that players show; null if there is none. */
 const Picture* shown(const StoredTags& tags) {
     const auto usable = [](const Picture& picture) { return isImage(picture.image); };
     auto found = std::ranges::find_if(

@@ -17,7 +17,7 @@ constexpr std::uint32_t frontCover = 3;
 
 std::size_t frameHeaderSize(unsigned version) { return version == 2 ? 6 : 10; }
 
-std::uint32_t without(std::uint32_t number) { // the highest bit of each byte
+std::uint32_t without(std::uint32_t number) { // drops the highest bit of each byte
     return (number & 0x7FU) | (number & 0x7F00U) >> 1U | (number & 0x7F0000U) >> 2U |
            (number & 0x7F000000U) >> 3U;
 }
@@ -35,7 +35,10 @@ std::string toSyncSafe(std::size_t number) {
     return bytes;
 }
 
-/** Undoes what keeps old players from taking FF E0 in a tag for music. */
+/**
+ * Removes the zero byte after each FF. Unsynchronisation put it there, so that old players don't take FF E0
+ * in a tag for sound.
+ */
 std::string resynchronised(std::string_view bytes) {
     std::string result;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -45,7 +48,10 @@ std::string resynchronised(std::string_view bytes) {
     return result;
 }
 
-/** Old programs wrote three-letter names into four-letter fields. */
+/**
+ * Whether a frame's name is here. Old programs wrote three-letter names into four-letter fields, so the last
+ * character may be a blank or NUL.
+ */
 bool nameAt(const util::ByteReader& in, std::size_t at, unsigned version) {
     const std::size_t length = version == 2 ? 3 : 4;
     if (!in.has(at, length)) return false;
@@ -66,8 +72,10 @@ bool frameOrEndAt(const util::ByteReader& in, std::size_t at) {
     return nameAt(in, at, 4) || paddingAt(in, at);
 }
 
-/** The size of a frame's content. Version 2.4 has sync-safe numbers, but a widespread player wrote plain
- * ones. */
+/**
+ * The size of a frame's content. Version 2.4 requires sync-safe numbers, but a widespread player wrote plain
+ * ones.
+ */
 std::size_t contentSize(const util::ByteReader& in, std::size_t at, unsigned version) {
     if (version == 2) return in.bigEndian(at + 3, 3);
     const std::uint32_t plain = in.bigEndian(at + 4, 4);
@@ -78,7 +86,7 @@ std::size_t contentSize(const util::ByteReader& in, std::size_t at, unsigned ver
     return unsafe || leadsAstray ? plain : without(plain);
 }
 
-/** What a frame holds, as its flags say. */
+/** The frame's content, decoded according to its flags. */
 std::string contentOf(const std::string& frame, unsigned version) {
     const util::ByteReader in = readerOf(frame, subject);
     std::size_t at = frameHeaderSize(version);
@@ -86,14 +94,14 @@ std::string contentOf(const std::string& frame, unsigned version) {
     const std::uint32_t flags = in.bigEndian(8, 2);
     const bool third = version == 3;
     if ((flags & (third ? 0xC0U : 0x0CU)) != 0) in.unsupported(); // compressed or encrypted
-    if ((flags & (third ? 0x20U : 0x40U)) != 0) at += 1;          // its group
-    if (!third && (flags & 0x01U) != 0) at += 4;                  // its length, once more
+    if ((flags & (third ? 0x20U : 0x40U)) != 0) at += 1;          // group id
+    if (!third && (flags & 0x01U) != 0) at += 4;                  // the length again
     if (at > frame.size()) in.damaged();
     const std::string_view content = std::string_view(frame).substr(at);
     return !third && (flags & 0x02U) != 0 ? resynchronised(content) : std::string(content);
 }
 
-/** Where the description that starts at `at` has ended. */
+/** The end of the description that begins at `at`, after its NUL. */
 std::optional<std::size_t> endOfDescription(std::string_view content, std::size_t at) {
     const bool twoBytes = content[0] == 1 || content[0] == 2;
     if (!twoBytes) {
@@ -132,7 +140,7 @@ std::string frameOf(const Cover& cover, unsigned version) {
            content;
 }
 
-/** The tag's frames and padding: without the header, the extended header and the transport's coding. */
+/** The tag's frames and padding, without header, extended header and unsynchronisation. */
 std::string framesOf(const util::ByteReader& in, unsigned version, std::uint32_t flags) {
     const std::size_t size = syncSafe(in, 6);
     const auto body = in.part(headerSize, size).bytes();
@@ -149,7 +157,7 @@ std::string framesOf(const util::ByteReader& in, unsigned version, std::uint32_t
     return frames;
 }
 
-/** With the mark of its byte order. */
+/** UTF-16 with a byte order mark. */
 std::string utf16(std::string_view utf8) {
     std::string units = littleEndian(0xFEFF, 2);
     while (!utf8.empty()) {
@@ -211,13 +219,14 @@ Tag parse(std::string_view bytes) {
         const std::size_t size = contentSize(in, at, tag.version);
         if (!in.has(at + frameHeader, size)) in.damaged();
         std::string frame = frames.substr(at, frameHeader + size);
-        // The tag's own flag can't stay, because the new picture is not coded so; each frame has one, too.
+        // Each frame gets the unsynchronisation flag. The tag's own flag must go: it would cover the new
+        // picture, which isn't coded so.
         if (tag.version == 4 && (flags & 0x80U) != 0) frame[9] = static_cast<char>(frame[9] | 0x02);
         tag.frames.push_back(std::move(frame));
         checkCount(tag.frames.size());
         at += frameHeader + size;
     }
-    if (!paddingAt(in, at)) in.damaged(); // a wrong size has led here, and what follows would get lost
+    if (!paddingAt(in, at)) in.damaged(); // a wrong frame size led here; the rest would get lost
     return tag;
 }
 

@@ -9,7 +9,7 @@
 namespace tags {
 namespace {
 
-/** A field of an ID3v1 tag without what fills it up. */
+/** A field of an ID3v1 tag, without its padding. */
 std::string field(const std::string& tag, std::size_t at, std::size_t length) {
     std::string text = tag.substr(at, length);
     text.resize(std::min(text.find('\0'), text.size()));
@@ -17,8 +17,10 @@ std::string field(const std::string& tag, std::size_t at, std::size_t length) {
     return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
 }
 
-/** The old tag at the end, in the words of the new one: many players don't read it any more once there is the
- * other. */
+/**
+ * The texts of the ID3v1 tag at the end, converted to ID3v2. Many players ignore the old tag once there is a
+ * new one.
+ */
 id3v2::Tag fromId3v1(const SongFile& file) {
     constexpr std::size_t size = 128;
     constexpr std::size_t genres = 192;
@@ -40,8 +42,10 @@ id3v2::Tag fromId3v1(const SongFile& file) {
     return tag;
 }
 
-/** The tag at the beginning, or what it is to begin with. What stands at the end (ID3v1, APEv2) counts as
- * body. */
+/**
+ * The tag at the start of the file, or what a new one starts with. Tags at the end (ID3v1, APEv2) count as
+ * body.
+ */
 id3v2::Tag tagOf(const SongFile& file, std::uint64_t length) {
     return length == 0 ? fromId3v1(file) : id3v2::parse(file.read(0, length));
 }

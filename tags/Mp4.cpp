@@ -20,14 +20,14 @@ constexpr std::uint32_t pngType = 14;
 struct Atom {
     std::string name;
     std::uint64_t at = 0;
-    std::uint64_t header = headerSize; // 16 where the size has 64 bits
+    std::uint64_t header = headerSize; // 16 for a 64-bit size
     std::uint64_t size = 0;
 
     [[nodiscard]] std::uint64_t content() const noexcept { return at + header; }
     [[nodiscard]] std::uint64_t end() const noexcept { return at + size; }
 };
 
-/** The atom whose first 16 bytes (or as many as there are) are `header`. */
+/** @param header the first 16 bytes of the atom, or all that are left */
 Atom atomFrom(std::string_view header, std::uint64_t at, std::uint64_t end) {
     const util::ByteReader in = readerOf(header, subject);
     Atom atom{
@@ -42,8 +42,10 @@ Atom atomFrom(std::string_view header, std::uint64_t at, std::uint64_t end) {
     return atom;
 }
 
-/** The atoms in a part of `bytes`. A rest that is too short for an atom is none: old files end a list with a
- * zero. */
+/**
+ * The atoms in a part of `bytes`. Ignores a rest that is too short for an atom, because old files end a list
+ * with a zero.
+ */
 std::vector<Atom> atomsIn(const std::string& bytes, std::uint64_t at, std::uint64_t end) {
     std::vector<Atom> atoms;
     while (end - at >= headerSize) {
@@ -61,18 +63,18 @@ std::optional<Atom> find(const std::vector<Atom>& atoms, std::string_view name) 
     return found == atoms.end() ? std::nullopt : std::optional(*found);
 }
 
-/** The part of the file that has the tags, and also says where the sound is. */
+/** The "moov" atom: it contains the tags and the offsets of the sound. */
 struct Movie {
     std::uint64_t at = 0;
-    std::string bytes; // offsets of the atoms below are offsets in it
+    std::string bytes; // the atoms below have offsets into this
     Atom moov;
     std::optional<Atom> userData;
     std::optional<Atom> meta;
     std::optional<Atom> list;
-    bool soundStays = false; // because offsets elsewhere in the file point to it
+    bool soundStays = false; // offsets elsewhere in the file point to the sound
 };
 
-/** The atoms come behind a version, except in files that follow QuickTime. */
+/** The atoms follow a version field, which is missing in files in QuickTime's form. */
 std::vector<Atom> metaAtoms(const std::string& bytes, const Atom& meta) {
     const bool hasVersion = !readerOf(bytes, subject).matches(meta.content() + 4, "hdlr");
     const std::uint64_t begin = meta.content() + (hasVersion ? versionSize : 0);
@@ -81,7 +83,7 @@ std::vector<Atom> metaAtoms(const std::string& bytes, const Atom& meta) {
 }
 
 bool hasHandler(const std::string& bytes, const Atom& handler, std::string_view type) {
-    constexpr std::size_t typeAt = 8; // behind the version and a reserved field
+    constexpr std::size_t typeAt = 8; // after the version and a reserved field
     return handler.name == "hdlr" && handler.size >= handler.header + typeAt + type.size() &&
            bytes.compare(handler.content() + typeAt, type.size(), type) == 0;
 }
@@ -128,7 +130,7 @@ std::vector<Atom> itemsOf(const Movie& movie) {
     return movie.list ? atomsIn(movie.bytes, movie.list->content(), movie.list->end()) : std::vector<Atom>();
 }
 
-/** The first picture is the front cover; MP4 knows no kinds. */
+/** The first picture is the front cover: MP4 has no picture types. */
 std::vector<Picture> picturesOf(const Movie& movie) {
     constexpr std::size_t beforeImage = 8; // type and language
     std::vector<Picture> pictures;
@@ -156,7 +158,7 @@ StoredTags tagsOf(const SongFile& file) {
     return tags;
 }
 
-/** Calls `visit` with the place and the width of every number in the movie that is an offset in the file. */
+/** Calls `visit` with the place, the width and the value of each file offset in `table`. */
 template <typename Visit>
 void forEachOffset(const Movie& movie, const Atom& table, Visit visit) {
     const std::size_t width = table.name == "co64" ? 8 : 4;
@@ -171,7 +173,7 @@ void forEachOffset(const Movie& movie, const Atom& table, Visit visit) {
     }
 }
 
-/** The way from the movie to the tables of offsets. */
+/** The nesting of the atoms from the movie down to the tables of offsets. */
 constexpr std::array<std::string_view, 4> wayToOffsets{"trak", "mdia", "minf", "stbl"};
 
 bool leadsToOffsets(const Atom& atom, std::size_t depth) {
@@ -182,12 +184,15 @@ bool hasOffsets(const Atom& atom, std::size_t depth) {
     return depth == wayToOffsets.size() && (atom.name == "stco" || atom.name == "co64");
 }
 
-/** Whether an atom among the tags is to stay as it is. */
+/** Whether an atom in the "meta" atom must stay unchanged. */
 bool mustStay(const Movie& movie, const Atom& atom) {
     return atom.name != "ilst" && atom.name != "free" && !hasHandler(movie.bytes, atom, "mdir");
 }
 
-/** Offsets as what they point to: the how-manieth byte outside the movie. */
+/**
+ * Describes each offset by the position of its target in the file without the movie. That position stays the
+ * same when the movie grows.
+ */
 std::string describeOffsets(const Movie& movie, const Atom& atom) {
     std::string layout = atom.name;
     forEachOffset(movie, atom, [&](std::uint64_t, std::size_t, std::uint64_t offset) {
@@ -198,7 +203,7 @@ std::string describeOffsets(const Movie& movie, const Atom& atom) {
     return layout;
 }
 
-/** The user data but the tags. */
+/** The user data without the tags. */
 std::string describeUserData(const Movie& movie) {
     std::string layout;
     for (const Atom& atom : atomsIn(movie.bytes, movie.userData->content(), movie.userData->end())) {
@@ -251,14 +256,14 @@ std::string listWith(const Movie& movie, const Cover& cover) {
     return atomOf("ilst", items + atomOf("covr", covers));
 }
 
-/** A part of the movie, what comes in its place, and which atoms grow by it. */
+/** A part of the movie, its replacement, and the atoms that grow with it. */
 struct Change {
     Range place;
     std::string bytes;
     std::vector<Atom> around;
 };
 
-/** The list with the free atoms around it, which are there to be used up. */
+/** The list and the free atoms after it, which the new list may use up. */
 Range placeOfList(const Movie& movie) {
     Range place{movie.list->at, movie.list->size};
     const std::vector<Atom> atoms = metaAtoms(movie.bytes, *movie.meta);
@@ -291,7 +296,7 @@ Change changeOf(const Movie& movie, const Cover& cover) {
     return change;
 }
 
-/** Writes a number over the one at `at`. */
+/** Overwrites the number at `at`. */
 void set(std::string& bytes, std::uint64_t at, std::size_t width, std::uint64_t value) {
     if (width == 4 && value > std::numeric_limits<std::uint32_t>::max())
         throw util::Exception("The song file has no room for a cover: its format ends at 4 GB.");
@@ -306,7 +311,7 @@ void set(std::string& bytes, std::uint64_t at, std::size_t width, std::uint64_t 
 void moveOffsets(Movie& movie, const Atom& parent, std::size_t depth, std::uint64_t by) {
     for (const Atom& atom : atomsIn(movie.bytes, parent.content(), parent.end())) {
         if (leadsToOffsets(atom, depth)) moveOffsets(movie, atom, depth + 1, by);
-        if (atom.name == "saio") refuseToMove(); // offsets, too, of what deciphers the sound
+        if (atom.name == "saio") refuseToMove(); // more offsets, to data that decrypts the sound
         if (!hasOffsets(atom, depth)) continue;
         forEachOffset(movie, atom, [&](std::uint64_t at, std::size_t width, std::uint64_t offset) {
             if (offset > movie.at) set(movie.bytes, at, width, offset + by);
@@ -318,7 +323,7 @@ void writeFront(SongFile& file, const Cover& cover) {
     Movie movie = movieOf(file);
     const std::uint64_t oldSize = movie.bytes.size();
     const Change change = changeOf(movie, cover);
-    const std::uint64_t by = change.bytes.size() - change.place.size; // modulo 2^64 where it shrinks
+    const std::uint64_t by = change.bytes.size() - change.place.size; // modulo 2^64 if it shrinks
     const bool soundMoves = by != 0 && movie.at + oldSize < file.size();
     if (soundMoves && movie.soundStays) refuseToMove();
     if (soundMoves) moveOffsets(movie, movie.moov, 0, by);

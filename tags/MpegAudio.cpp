@@ -17,15 +17,15 @@ constexpr std::size_t headerSize = 4;
 constexpr std::size_t searched = std::size_t{64} * 1024;
 constexpr int enough = 3; // frames in a row
 
-/** What all frames of a stream have in common: version, layer and sample rate. */
+/** The header bits that all frames of a stream share: version, layer and sample rate. */
 constexpr std::uint32_t common = 0xFFFE0C00;
 
-/** The length of the frame whose header is at `at`; 0 where there is none. */
+/** The length in bytes of the frame with its header at `at`; 0 if there is none. */
 std::size_t frameLength(const util::ByteReader& in, std::size_t at) {
     if (!in.has(at, headerSize)) return 0;
     const std::uint32_t header = in.bigEndian(at, headerSize);
-    const std::uint32_t version = header >> 19U & 3U; // 3: 1, 2: 2, 0: 2.5
-    const std::uint32_t layer = header >> 17U & 3U;   // 3: 1, 2: 2, 1: 3
+    const std::uint32_t version = header >> 19U & 3U; // 3 means 1, 2 means 2, 0 means 2.5
+    const std::uint32_t layer = header >> 17U & 3U;   // 3 means 1, 2 means 2, 1 means 3
     const std::uint32_t bitRate = header >> 12U & 15U;
     const std::uint32_t sampleRate = header >> 10U & 3U;
     if (header >> 21U != 0x7FF || version == 1 || layer == 0 || bitRate == 0 || bitRate == 15 ||
@@ -48,7 +48,7 @@ std::size_t frameLength(const util::ByteReader& in, std::size_t at) {
     return slots * bits / rate + padding;
 }
 
-/** Some frames in a row at `begin`, or fewer up to the end of the file. */
+/** Whether several frames follow one another at `begin`. Fewer are enough at the end of the file. */
 bool framesAt(const util::ByteReader& in, std::size_t begin, bool wholeFile) {
     std::size_t at = begin;
     for (int found = 0; found < enough; ++found) {
@@ -63,7 +63,7 @@ bool framesAt(const util::ByteReader& in, std::size_t begin, bool wholeFile) {
     return true;
 }
 
-/** Sound may have silence or the rest of another tag before it. */
+/** Skips silence or the rest of another tag before the sound. */
 std::optional<std::uint64_t> firstFrame(const SongFile& file, std::uint64_t at) {
     const std::string bytes = file.readSome(at, searched);
     const util::ByteReader in = readerOf(bytes, subject);
@@ -73,23 +73,26 @@ std::optional<std::uint64_t> firstFrame(const SongFile& file, std::uint64_t at) 
     return std::nullopt;
 }
 
-/** How long the first frame says that the sound is, itself included; 0 where it doesn't. */
+/**
+ * The length of the sound in bytes, as stored in the first frame and including that frame; 0 if it isn't
+ * stored.
+ */
 std::uint32_t notedLength(const util::ByteReader& in) {
     const std::uint32_t header = in.bigEndian(0, headerSize);
-    if ((header >> 17U & 3U) != 1) return 0; // of layer 3 only
+    if ((header >> 17U & 3U) != 1) return 0; // only layer 3 stores it
     const bool mono = (header >> 6U & 3U) == 3;
     const bool version1 = (header >> 19U & 3U) == 3;
     const std::size_t xingAt = headerSize + (version1 ? (mono ? 17U : 32U) : (mono ? 9U : 17U));
     if (in.matches(xingAt, "Xing") || in.matches(xingAt, "Info")) {
         const std::uint32_t flags = in.bigEndian(xingAt + 4, 4);
-        const std::size_t lengthAt = xingAt + ((flags & 1U) != 0 ? 12 : 8); // behind the number of frames
+        const std::size_t lengthAt = xingAt + ((flags & 1U) != 0 ? 12 : 8); // after the number of frames
         return (flags & 2U) != 0 ? in.bigEndian(lengthAt, 4) : 0;
     }
     constexpr std::size_t vbriAt = headerSize + 32;
     return in.matches(vbriAt, "VBRI") ? in.bigEndian(vbriAt + 10, 4) : 0;
 }
 
-/** Encoders count a frame more or less, and so a file that is as short as that is not known to be cut off. */
+/** Encoders may count one frame too many or too few. A file that is only one frame short may be whole. */
 void checkLength(const SongFile& file, std::uint64_t first) {
     constexpr std::uint64_t longestFrame = 1729;
     constexpr std::size_t head = 64;
@@ -103,7 +106,7 @@ struct Chain {
     std::size_t end = 0;
 };
 
-/** The frames of one stream that begin at `at`. */
+/** The frames of one stream, beginning at `at`. */
 Chain chainAt(const util::ByteReader& in, std::size_t at) {
     Chain chain{.frames = 0, .end = at};
     for (std::size_t length = frameLength(in, at); length != 0; length = frameLength(in, chain.end)) {

@@ -33,7 +33,7 @@ fs::path resolvedMusicFolder(const fs::path& musicFolder) {
 
 fs::path songIn(const fs::path& musicFolder, const fs::path& song) {
     const fs::path top = resolvedMusicFolder(musicFolder);
-    // The system would take what stands before it for the name.
+    // The system would end the name at the NUL.
     if (song.native().find('\0') != std::string::npos)
         throw util::Exception("The name of the song file has a zero byte in it.");
     std::error_code error;

@@ -12,14 +12,14 @@ namespace tags {
 namespace {
 
 constexpr std::string_view subject = "Ogg file";
-constexpr std::size_t fixedSize = 27; // of a page's header, without the table of its segments
+constexpr std::size_t fixedSize = 27; // of a page's header without the segment table
 constexpr std::size_t maxSegments = 255;
 constexpr std::size_t sequenceAt = 18;
 constexpr std::size_t checksumAt = 22;
 constexpr std::uint32_t continued = 0x01;
 constexpr std::uint32_t firstOfStream = 0x02;
 constexpr std::uint32_t lastOfStream = 0x04;
-constexpr std::uint64_t nothingEnds = std::numeric_limits<std::uint64_t>::max(); // a position that is none
+constexpr std::uint64_t nothingEnds = std::numeric_limits<std::uint64_t>::max(); // no packet ends on the page
 
 struct Page {
     std::uint64_t at = 0;
@@ -66,7 +66,7 @@ constexpr std::array<std::uint32_t, 256> checksumTable = [] {
     return table;
 }();
 
-/** The checksum of a page whose own field counts as zero. */
+/** A page's checksum, computed with zeros in the checksum field. */
 std::string checksumOf(std::string page) {
     page.replace(checksumAt, 4, 4, '\0');
     std::uint32_t sum = 0;
@@ -75,11 +75,11 @@ std::string checksumOf(std::string page) {
     return littleEndian(sum, 4);
 }
 
-/** What differs between the codecs that come in Ogg. */
+/** The differences between the codecs in Ogg. */
 struct Codec {
-    std::string_view marker;        // how a stream of it begins
-    std::string_view beforeComment; // what its second packet has before the comment header
-    std::size_t headers; // how many packets come before the sound; 0: until one says that it is the last
+    std::string_view marker;        // start of the first packet
+    std::string_view beforeComment; // bytes before the comment header in the second packet
+    std::size_t headers;            // number of packets before the sound; 0: the last one is marked as last
 };
 using namespace std::string_view_literals;
 constexpr std::array codecs{
@@ -94,7 +94,7 @@ constexpr std::array codecs{
 struct Headers {
     Codec codec;
     Page first;
-    std::vector<std::string> packets; // without the first one, which stands on a page of its own
+    std::vector<std::string> packets; // without the first one, which has a page of its own
     std::uint64_t end = 0;
     std::uint32_t nextSequence = 0;
 };
@@ -126,17 +126,15 @@ Headers headersOf(const SongFile& file) {
     std::string packet;
     while (!complete(headers)) {
         const Page page = pageAt(file, headers.end);
-        if (page.serial != first.serial || page.segments.empty())
-            in.unsupported(); // several streams side by side
+        if (page.serial != first.serial || page.segments.empty()) in.unsupported(); // several streams at once
         const std::string body = file.read(page.bodyAt(), page.bodySize);
-        // The mark on the last FLAC block gets lost in some programs; what begins like this can only be
-        // sound.
+        // Some programs lose the mark on the last FLAC block. A packet that begins with FF can only be sound.
         if (headers.codec.headers == 0 && !headers.packets.empty() && packet.empty() &&
             body.starts_with('\xFF'))
             break;
         std::size_t at = 0;
         for (const char segment : page.segments) {
-            if (complete(headers)) in.unsupported(); // sound on a page with headers, where no codec allows it
+            if (complete(headers)) in.unsupported(); // no codec allows sound on a header page
             const std::size_t size = static_cast<unsigned char>(segment);
             packet.append(body, at, size);
             at += size;
@@ -150,13 +148,13 @@ Headers headersOf(const SongFile& file) {
     return headers;
 }
 
-constexpr std::size_t blockHeader = 4; // of a FLAC block, which is what a header packet of Ogg FLAC has
+constexpr std::size_t blockHeader = 4; // of a FLAC block; each header packet of Ogg FLAC is one
 
 constexpr std::size_t maxBlock = 0xFFFFFF;
 
 bool isFlac(const Headers& headers) { return headers.codec.headers == 0; }
 
-/** A packet behind the comment that has nothing but a picture, or nothing. */
+/** Whether a header packet of Ogg FLAC is a block of this type. */
 bool isBlock(const std::string& packet, std::uint32_t type) {
     const util::ByteReader in = readerOf(packet, subject);
     return in.has(0, blockHeader) && (in.byte(0) & 0x7FU) == type;
@@ -168,7 +166,7 @@ Picture pictureIn(const std::string& packet) {
     return xiph::pictureIn(std::string_view(packet).substr(blockHeader));
 }
 
-/** How many bytes of the comment packet come before the comment header. */
+/** The number of bytes before the comment header in its packet. */
 std::size_t prefixOf(const Headers& headers) {
     const util::ByteReader in = readerOf(headers.packets.front(), subject);
     if (!in.matches(0, headers.codec.beforeComment)) in.damaged();
@@ -193,7 +191,7 @@ StoredTags tagsOf(const SongFile& file) {
     return tags;
 }
 
-/** Calls `visit` with every page behind the headers. */
+/** Calls `visit` with every page from `at` to the end of the file. */
 template <typename Visit>
 void forEachPage(const SongFile& file, std::uint64_t at, Visit visit) {
     while (at < file.size()) {
@@ -203,13 +201,15 @@ void forEachPage(const SongFile& file, std::uint64_t at, Visit visit) {
     }
 }
 
-/** Whether a page belongs to the stream whose headers grow, so that its number changes; asked for page after
- * page. */
+/**
+ * Whether a page belongs to the stream with the tags. Its pages get new numbers when the headers grow. Call
+ * it for every page, in order.
+ */
 class InStream {
 public:
     explicit InStream(std::uint32_t serial) : serial_(serial) {}
     bool operator()(const Page& page) {
-        if (page.serial == serial_ && (page.flags & firstOfStream) != 0) ended_ = true; // the next in a chain
+        if (page.serial == serial_ && (page.flags & firstOfStream) != 0) ended_ = true; // a chained stream
         const bool in = !ended_ && page.serial == serial_;
         if (in && (page.flags & lastOfStream) != 0) ended_ = true;
         return in;
@@ -220,7 +220,10 @@ private:
     bool ended_ = false;
 };
 
-/** Pages keep their bodies, positions and marks; a wrong checksum or number would make a player drop them. */
+/**
+ * The body covers the content, position and flags of every page. Checksums and page numbers must be right
+ * too, because players drop a page with a wrong one.
+ */
 Body bodyOf(const SongFile& file) {
     const Headers headers = headersOf(file);
     Body body{.bytes = {{0, headers.first.end()}}, .layout = {}};
@@ -243,7 +246,9 @@ Body bodyOf(const SongFile& file) {
     return body;
 }
 
-/** The lengths of packets as pages have them: each is as many 255s as fit, and a smaller number that ends it.
+/**
+ * The lengths of packets in a segment table: as many bytes of 255 as fit, then a smaller byte that ends the
+ * packet.
  */
 std::string segmentsOf(const std::vector<std::string>& packets) {
     std::string segments;
@@ -254,7 +259,7 @@ std::string segmentsOf(const std::vector<std::string>& packets) {
     return segments;
 }
 
-/** Pages for the packets, which come behind `first`. */
+/** @param first the page before the new ones */
 std::vector<std::string> pagesOf(const std::vector<std::string>& packets, const Page& first) {
     std::string bodies;
     for (const std::string& packet : packets)
@@ -291,7 +296,7 @@ void renumber(SongFile& file, const Headers& headers, std::uint32_t by) {
     });
 }
 
-/** The comment of Ogg FLAC is a block, and so has an end; the base64 of other pictures is in it, too. */
+/** In Ogg FLAC the comment is a block of limited size. Other pictures in it count too, in Base64. */
 std::uint64_t roomIn(const SongFile& file) {
     const Headers headers = headersOf(file);
     if (!isFlac(headers)) return unlimitedRoom(file);
@@ -311,7 +316,7 @@ void writeFront(SongFile& file, const Cover& cover) {
         if (content.size() > maxBlock)
             throw util::Exception("The picture is too large for a FLAC file, which takes less than 16 MB.");
         prefix.replace(1, 3, bigEndian(content.size(), 3));
-        for (std::string& packet : headers.packets) { // their number is noted elsewhere, so they stay, empty
+        for (std::string& packet : headers.packets) { // emptied, not removed: another field counts them
             if (isBlock(packet, pictureBlock) && pictureIn(packet).front)
                 packet = bigEndian((readerOf(packet, subject).byte(0) & 0x80U) | paddingBlock, 1) +
                          std::string(3, '\0');

@@ -16,11 +16,11 @@ namespace {
 constexpr std::size_t headerSize = 8;
 constexpr std::uint64_t maxForm = std::numeric_limits<std::uint32_t>::max();
 
-/** RIFF files (WAV) count in little endian, IFF files (AIFF) in big endian; they are alike otherwise. */
+/** Numbers are little endian in RIFF (WAV) and big endian in IFF (AIFF). The rest is the same. */
 struct Flavour {
     bool bigEndian;
     std::string_view subject;
-    std::string_view sound; // the chunk that has it
+    std::string_view sound; // id of the sound's chunk
     std::string_view newTag;
 };
 constexpr Flavour wav{false, "WAV file", "data", "id3 "};
@@ -29,7 +29,7 @@ constexpr Flavour aiff{true, "AIFF file", "SSND", "ID3 "};
 struct Chunk {
     std::string id;
     std::uint64_t at = 0;
-    std::uint64_t size = 0; // of its content
+    std::uint64_t size = 0; // of the content
 
     [[nodiscard]] std::uint64_t end() const noexcept { return at + headerSize + size; }
     [[nodiscard]] bool isTag() const { return upperCase(id) == "ID3 "; }
@@ -37,8 +37,8 @@ struct Chunk {
 
 struct Form {
     std::vector<Chunk> chunks;
-    std::optional<Chunk> tag; // the first is the one that players read
-    std::uint64_t end = 0;    // of the last chunk, without the byte that makes its size even
+    std::optional<Chunk> tag; // the first one, because players read that
+    std::uint64_t end = 0;    // of the last chunk, without its padding byte
 };
 
 std::uint32_t number(const Flavour& flavour, const util::ByteReader& in, std::size_t at) {
@@ -72,7 +72,7 @@ Form formOf(const SongFile& file, const Flavour& flavour) {
     return form;
 }
 
-/** A text of WAV's own list, in the words of ID3v2. */
+/** Converts a text of WAV's INFO list to an ID3v2 frame. */
 std::optional<std::string> frameFrom(std::string_view id, std::string text) {
     struct Word {
         std::string_view info;
@@ -90,7 +90,9 @@ std::optional<std::string> frameFrom(std::string_view id, std::string text) {
     return text.empty() ? std::nullopt : std::optional(id3v2::textFrame(word->frame, text::toUtf8(text)));
 }
 
-/** WAV's own list of texts: many players don't read it any more once there is the other tag. */
+/**
+ * The texts of WAV's INFO list, converted to ID3v2. Many players ignore the list once there is an ID3v2 tag.
+ */
 id3v2::Tag fromInfo(const SongFile& file, const Form& form) {
     id3v2::Tag tag;
     for (const Chunk& chunk : form.chunks) {
@@ -110,7 +112,7 @@ id3v2::Tag fromInfo(const SongFile& file, const Form& form) {
     return tag;
 }
 
-/** The tag, or what it is to begin with. */
+/** The tag, or what a new one starts with. */
 template <const Flavour& flavour>
 id3v2::Tag tagIn(const SongFile& file, const Form& form) {
     if (form.tag) return id3v2::parse(file.read(form.tag->at + headerSize, form.tag->size));
@@ -131,7 +133,7 @@ Body bodyOf(const SongFile& file) {
     for (const Chunk& chunk : form.chunks) {
         if (!form.tag || chunk.at != form.tag->at) body.bytes.push_back({chunk.at, chunk.end() - chunk.at});
     }
-    // What stands behind the last chunk; one byte is only there to make a size even, and may come and go.
+    // The bytes after the last chunk. The padding byte that makes a size even may come and go.
     const std::uint64_t end = std::min(form.end + form.end % 2, file.size());
     body.bytes.push_back({end, file.size() - end});
     return body;
@@ -139,7 +141,7 @@ Body bodyOf(const SongFile& file) {
 
 template <const Flavour& flavour>
 std::uint64_t roomIn(const SongFile& file) {
-    constexpr std::uint64_t aroundPicture = 100; // headers and so on, rounded up
+    constexpr std::uint64_t aroundPicture = 100; // frame and chunk headers, rounded up
     const std::uint64_t used = formOf(file, flavour).end + aroundPicture;
     return used > maxForm ? 0 : maxForm - used;
 }
@@ -158,7 +160,7 @@ void writeFront(SongFile& file, const Cover& cover) {
     old.size += padByte(old.at + old.size);
     id3v2::setFront(tag, cover);
     const std::string content = id3v2::render(tag, id3v2::sizeOf(tag) % 2);
-    std::string chunk(old.at % 2, '\0'); // the chunk before may lack its own
+    std::string chunk(old.at % 2, '\0'); // the chunk before may lack its padding byte
     chunk += id + numberOf(flavour, content.size()) + content;
 
     const std::uint64_t formSize = form.end + padByte(form.end) - old.size + chunk.size() - headerSize;

@@ -82,16 +82,16 @@ std::string frontCoverOf(TagLib::APE::Tag* tag) {
     return value.substr(std::min(value.find('\0'), value.size() - 1) + 1);
 }
 
-/** An MP3's texts are those of its first tag that there is; TagLib itself would ask an APEv2 tag before
- * ID3v1. */
+/** Reads ID3v2, or else ID3v1. TagLib's own order would prefer an APEv2 tag to ID3v1. */
 TagLib::PropertyMap textsOf(TagLib::MPEG::File& file) {
     if (file.hasID3v2Tag()) return file.ID3v2Tag()->properties();
     return file.hasID3v1Tag() ? file.ID3v1Tag()->properties() : TagLib::PropertyMap();
 }
 
 /**
- * Likewise; TagLib mixes the two. Of WAV's own list only the usual texts count, as a new tag gets those
- * alone. TagLib 2 reads more, such as the encoder. The list itself keeps all its bytes.
+ * Reads ID3v2, or else WAV's INFO list; TagLib itself mixes the two. Only the usual texts of the list count,
+ * because a new tag gets only those. TagLib 2 reads more of them, such as the encoder. The list itself keeps
+ * all its bytes.
  */
 TagLib::PropertyMap textsOf(TagLib::RIFF::WAV::File& file) {
     if (file.hasID3v2Tag()) return file.ID3v2Tag()->properties();
@@ -103,12 +103,12 @@ TagLib::PropertyMap textsOf(File& file) {
     return file.properties();
 }
 
-/** Opens the file as a `File` and takes the front cover out of what `tagsOf` finds there. */
+/** Opens the file as a `File` and reads the front cover from what `tagsOf` returns. */
 template <typename File, typename TagsOf>
 View viewAs(const std::filesystem::path& path, TagsOf tagsOf) {
     TagLib::FileStream stream(path.c_str(),
-                              true); // it would open the file for writing, which others may watch
-    // TagLib 1 wants a factory of frames for some of them; TagLib 2 has one by itself.
+                              true); // read-only: file watchers would notice an open for writing
+    // Some of these types need a frame factory in TagLib 1; TagLib 2 has a default.
     File file = [&] {
         if constexpr (std::is_constructible_v<File, TagLib::IOStream*>) {
             return File(&stream);
@@ -173,7 +173,7 @@ void secondOpinion(const std::filesystem::path& original, const std::filesystem:
         throw util::Exception("The cover can't be read back from the song file.");
     for (View* view : {&before, &after})
         view->properties.erase("COVERARTMIME"); // belongs to a picture in an old form
-    // It may see more: it overlooks texts in a tag of old form that had to be written in a newer one.
+    // TagLib may find more texts after the change: it overlooks some in an old tag, which became a newer one.
     if (!after.properties.contains(before.properties))
         throw util::Exception("Writing the cover would have changed what players read in the other tags.");
     if (before.milliseconds != after.milliseconds || before.samplesPerSecond != after.samplesPerSecond ||

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t blockBytes = std::size_t{256} * 1024;
 
-/** An Ogg file of many hours has a million; more would be a file made to take all memory. */
+/** An Ogg file of many hours needs a million. More would be an attempt to exhaust the memory. */
 constexpr std::size_t maxPieces = 2'000'000;
 
 [[noreturn]] void fail(std::string_view what) {
@@ -27,13 +27,13 @@ constexpr std::size_t maxPieces = 2'000'000;
         fmt::format("The song file can't be {}: {}.", what, std::generic_category().message(errno)));
 }
 
-/** Hands out the bytes of ranges, a block at a time, without regard to where one range ends. */
+/** Reads the ranges as one sequence of bytes, block by block. */
 class RangeReader {
 public:
     RangeReader(const SongFile& file, std::vector<Range> ranges)
         : file_(file), ranges_(std::move(ranges)), block_(blockBytes) {}
 
-    /** Empty at the end; good until the next call. */
+    /** The next block, empty at the end. Valid until the next call. */
     std::string_view next() {
         std::size_t filled = 0;
         while (filled < block_.size() && index_ < ranges_.size()) {
@@ -66,7 +66,7 @@ std::uint64_t sizeOf(const std::vector<Range>& ranges) {
     return size;
 }
 
-/** The bytes from `from` to `to` of the ranges, counted as if they followed one another. */
+/** The bytes from `from` to `to`, counted over the joined ranges. */
 std::vector<Range> part(const std::vector<Range>& ranges, std::uint64_t from, std::uint64_t to) {
     std::vector<Range> parts;
     std::uint64_t begin = 0;
@@ -89,7 +89,7 @@ bool sameBytes(RangeReader one, RangeReader other) {
 
 [[noreturn]] void failWriting() { throw std::system_error(errno, std::generic_category()); }
 
-/** @return how many bytes there were */
+/** @return the number of bytes read; fewer than wanted only at the end of the file */
 std::size_t readUpTo(const util::FileDescriptor& file, std::uint64_t at, std::span<char> target) {
     std::size_t done = 0;
     while (done < target.size()) {
@@ -102,7 +102,7 @@ std::size_t readUpTo(const util::FileDescriptor& file, std::uint64_t at, std::sp
     return done;
 }
 
-/** The file that is being written. The disk begins with it at once, instead of at the flush in the end. */
+/** The file to write. Writing to disk starts early, so that the final flush is short. */
 class Target {
 public:
     explicit Target(const util::FileDescriptor& file) noexcept : file_(file) {}
@@ -133,7 +133,10 @@ public:
     }
 
 private:
-    /** Shares the blocks where the file system can. @return false where there is no such call */
+    /**
+     * Copies inside the kernel; some file systems share the blocks instead.
+     * @return false if the system can't do that here
+     */
     bool copyInKernel(const util::FileDescriptor& from, Range& range) {
         while (range.size > 0) {
             auto offset = static_cast<off_t>(range.at);
@@ -143,7 +146,7 @@ private:
             if (count < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP))
                 return false;
             if (count < 0) failWriting();
-            if (count == 0) return false; // some file systems have no other way to say it
+            if (count == 0) return false; // how some file systems refuse
             range.at += static_cast<std::uint64_t>(count);
             range.size -= static_cast<std::uint64_t>(count);
             advance(count);
@@ -177,7 +180,7 @@ SongFile::SongFile(const std::filesystem::path& path)
     pieces_.push_back({.at = 0, .size = size_, .bytes = {}});
 }
 
-/** Finds the piece with the byte `at`; behind the end, that is none. */
+/** Moves to the piece with the byte `at`; at the end of the result to no piece. */
 void SongFile::seek(std::uint64_t at) const noexcept {
     if (at < begin_) {
         index_ = 0;
@@ -187,9 +190,9 @@ void SongFile::seek(std::uint64_t at) const noexcept {
         begin_ += pieces_[index_].size;
 }
 
-/** @return how many bytes there were */
+/** @return the number of bytes read; fewer than wanted only at the end */
 std::size_t SongFile::readUpTo(std::uint64_t at, std::span<char> target) const {
-    if (pieces_.size() == 1 && pieces_.front().inFile()) { // nothing is noted, so that any thread may
+    if (pieces_.size() == 1 && pieces_.front().inFile()) { // doesn't move index_, so any thread may read
         const std::uint64_t left = size_ - std::min(at, size_);
         const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(target.size(), left));
         return tags::readUpTo(file_, pieces_.front().at + at, target.first(length));
@@ -229,7 +232,7 @@ void SongFile::read(std::uint64_t at, std::span<char> target) const {
     if (readUpTo(at, target) != target.size()) throw util::Exception("The song file is truncated.");
 }
 
-/** Lets a piece begin at `at`. @return its index */
+/** Makes a piece begin at `at`. @return its index */
 std::size_t SongFile::split(std::uint64_t at) {
     seek(at);
     if (index_ == pieces_.size() || at == begin_) return index_;
@@ -282,8 +285,7 @@ bool sameBytes(const SongFile& one, const std::vector<Range>& ofOne, const SongF
         return sameBytes(RangeReader(one, part(ofOne, from, to)),
                          RangeReader(other, part(ofOther, from, to)));
     };
-    // Most of the work is the kernel's, which copies what it has in memory; two processors do it in half the
-    // time.
+    // Most of the time is spent in the kernel, copying from the page cache. Two threads halve it.
     auto secondHalf = std::async(std::launch::async, same, size / 2, size);
     const bool firstHalf = same(0, size / 2);
     return secondHalf.get() && firstHalf;

@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint32_t frontCover = 3;
 constexpr std::string_view pictureField = "METADATA_BLOCK_PICTURE=";
 
-/** Empty where it is no Base64. */
+/** Empty if it isn't Base64. */
 std::string fromBase64(std::string_view text) {
     const std::size_t end = text.find_last_not_of('=') + 1;
     std::string bytes(text.size() / 4 * 3, '\0');
@@ -22,13 +22,12 @@ std::string fromBase64(std::string_view text) {
         EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
                         reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
     if (size < 0 || text.size() - end > 2) return {};
-    bytes.resize(static_cast<std::size_t>(size) -
-                 (text.size() - end)); // it counts what the padding stands for
+    bytes.resize(static_cast<std::size_t>(size) - (text.size() - end)); // OpenSSL counts padding as bytes
     return bytes;
 }
 
 std::string toBase64(std::string_view bytes) {
-    std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0'); // it ends in a NUL
+    std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0'); // including a NUL at the end
     const int size =
         EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
                         reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
@@ -41,8 +40,7 @@ std::optional<Picture> pictureInField(const std::string& field) {
     std::optional<Picture> picture;
     if (name == pictureField) {
         picture = pictureIn(fromBase64(std::string_view(field).substr(name.size())));
-    } else if (name ==
-               "COVERART=") { // what there was before picture blocks; it knew no other than the front cover
+    } else if (name == "COVERART=") { // older than picture blocks; always a front cover
         picture = {
             .front = true, .image = fromBase64(std::string_view(field).substr(name.size())), .stored = {}};
     } else if (name == "COVERARTMIME=") {
@@ -54,7 +52,7 @@ std::optional<Picture> pictureInField(const std::string& field) {
 
 std::string sized(std::string_view text) { return littleEndian(text.size(), 4).append(text); }
 
-/** A text with its length before it, and where it has ended. */
+/** The text at `at`, with its length before it. Moves `at` to the end of the text. */
 std::string textAt(const util::ByteReader& in, std::size_t& at) {
     const std::size_t length = in.littleEndian(at, 4);
     const auto bytes = in.part(at + 4, length).bytes();
@@ -118,7 +116,7 @@ Picture pictureIn(std::string_view block) {
     const auto skipText = [&](std::size_t at) -> std::size_t {
         return in.has(at, 4) ? at + 4 + in.bigEndian(at, 4) : block.size();
     };
-    constexpr std::size_t measures = 16; // width, height, depth and number of colours
+    constexpr std::size_t measures = 16; // width, height, depth, number of colours
     const std::size_t sizeAt = skipText(skipText(4)) + measures;
     const bool address = in.matches(8, "-->");
     if (in.has(sizeAt, 4) && in.has(sizeAt + 4, in.bigEndian(sizeAt, 4)) && !address)
