@@ -26,14 +26,14 @@ constexpr mode_t permissions = S_ISUID | S_ISGID | S_ISVTX | S_IRWXU | S_IRWXG |
 
 constexpr const char* attributes = "extended attributes";
 
-/** What a system call answers that is asked for a size first, and for the bytes then. */
+/** The result of a system call that is called twice: first for the size, then for the bytes. */
 template <typename Call>
 std::string bytesFrom(Call call) {
     while (true) {
         const ssize_t size = call(nullptr, 0);
         std::string bytes(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
         const ssize_t count = size > 0 ? call(bytes.data(), bytes.size()) : size;
-        if (count < 0 && errno == ERANGE) continue; // it has grown meanwhile
+        if (count < 0 && errno == ERANGE) continue; // it has grown since the first call
         if (count < 0 && errno == EOPNOTSUPP) return {};
         if (count < 0) fail(attributes);
         bytes.resize(static_cast<std::size_t>(count));
@@ -56,7 +56,7 @@ std::map<std::string, std::string> attributesOf(int file) {
 void copyExtendedAttributes(int original, int copy) {
     const std::map<std::string, std::string> wanted = attributesOf(original);
     const std::map<std::string, std::string> there = attributesOf(copy);
-    for (const auto& [name, value] : there) // such as what the folder hands down to new files
+    for (const auto& [name, value] : there) // such as those inherited from the folder
         if (!wanted.contains(name) && ::fremovexattr(copy, name.c_str()) != 0) fail(attributes);
     for (const auto& [name, value] : wanted) {
         const auto found = there.find(name);
@@ -74,7 +74,7 @@ void copyAttributes(int original, int copy) {
     const bool sameOwner = wanted.st_uid == there.st_uid && wanted.st_gid == there.st_gid;
     if (!sameOwner && ::fchown(copy, wanted.st_uid, wanted.st_gid) != 0) fail("owner");
     copyExtendedAttributes(original, copy);
-    if (::fchmod(copy, wanted.st_mode & permissions) != 0) fail("permissions"); // a new owner takes some away
+    if (::fchmod(copy, wanted.st_mode & permissions) != 0) fail("permissions"); // last: fchown clears some
 }
 
 } // namespace tagger

@@ -4,9 +4,9 @@
 namespace tagger {
 
 /**
- * Gives the file `copy` the owner, mode and extended attributes, access control lists among them, of
- * `original`. Both are open.
- * @throws util::Exception when one of them can't be kept
+ * Gives `copy` the owner, the mode and the extended attributes of `original`, including access control lists.
+ * Both must be open.
+ * @throws util::Exception when one of them can't be copied
  */
 void copyAttributes(int original, int copy);
 

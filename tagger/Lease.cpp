@@ -16,7 +16,8 @@ namespace {
 } // namespace
 
 Lease::Lease(int file) : file_(file) {
-    // The signal that says that somebody waits: one that is ignored unless a program asks for it.
+    // The signal for a waiting writer: SIGURG, which is ignored by default. SIGIO, the usual one, would end
+    // the process.
     held_ = ::fcntl(file_, F_SETSIG, SIGURG) == 0 && ::fcntl(file_, F_SETLEASE, F_RDLCK) == 0;
     if (!held_ && errno == EAGAIN) busy();
 }

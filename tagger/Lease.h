@@ -4,20 +4,22 @@
 namespace tagger {
 
 /**
- * Tells whether another program writes into a file: nobody does when it is made, and whoever opens the file
- * for writing afterwards has to wait, some seconds at most, until it is gone. Where the file system or the
- * file's owner doesn't allow leases, it sees nothing.
+ * Detects other programs that write into a file. The constructor checks that nobody has it open for writing.
+ * A program that opens it for writing later has to wait until the lease is gone, some seconds at most. If the
+ * file system or the file's owner doesn't allow leases, writers go unnoticed.
  */
 class Lease {
 public:
-    /** @param file open for reading, and for as long. @throws TryAgainLater when another program has it open
-     * for writing */
+    /**
+     * @param file open for reading, and stays open as long as this object lives
+     * @throws TryAgainLater when another program has it open for writing
+     */
     explicit Lease(int file);
     Lease(const Lease&) = delete;
     Lease& operator=(const Lease&) = delete;
     ~Lease();
 
-    /** @throws TryAgainLater when another program waits to write into the file */
+    /** @throws TryAgainLater when another program is waiting to write into the file */
     void check() const;
 
 private:

@@ -27,7 +27,7 @@ SongFolder::SongFolder(const std::filesystem::path& folder)
             ::openat(folder_.get(), part.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (!folder_) fail("opened");
     }
-    // What has only been looked up can't be flushed.
+    // A descriptor with O_PATH can't be flushed, so open the folder for reading.
     folder_ = util::FileDescriptor(::openat(folder_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder_) fail("opened");
 }
@@ -37,7 +37,7 @@ std::filesystem::path SongFolder::file(const std::filesystem::path& name) const 
 }
 
 void SongFolder::flush() const {
-    // Some network file systems can't do that with folders at all.
+    // Some network file systems can't flush folders and return EINVAL.
     if (::fsync(folder_.get()) != 0 && errno != EINVAL) fail("flushed");
 }
 

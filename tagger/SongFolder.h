@@ -8,20 +8,23 @@
 namespace tagger {
 
 /**
- * An open folder. Its files are reached through it, so that nobody can lead them elsewhere by putting a link
- * in the place of a folder on the way.
+ * An open folder. Files are reached through it, so that a link put in the place of a parent folder can't
+ * redirect them.
  */
 class SongFolder {
 public:
-    /** @param folder absolute, without links in it. @throws util::Exception when one has come in meanwhile */
+    /**
+     * @param folder absolute and without links
+     * @throws util::Exception when a part of it has become a link
+     */
     explicit SongFolder(const std::filesystem::path& folder);
 
     [[nodiscard]] int get() const noexcept { return folder_.get(); }
 
-    /** A path to the file of that name that holds as long as this object lives. */
+    /** A path to the file of that name. Valid as long as this object lives. */
     [[nodiscard]] std::filesystem::path file(const std::filesystem::path& name) const;
 
-    /** What was renamed in it is on disk when this returns. @throws util::Exception */
+    /** Flushes the folder: earlier renames in it are on disk on return. @throws util::Exception */
     void flush() const;
 
 private:

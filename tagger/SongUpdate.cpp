@@ -32,18 +32,18 @@ namespace fs = std::filesystem;
     throw util::Exception(sentence);
 }
 
-/** The song file as it was found. */
+/** The song file in its state when it was opened. */
 class Original {
 public:
     Original(const SongFolder& folder, const fs::path& name)
         : folder_(folder), name_(name),
           file_(::openat(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {
-        if (!file_ && errno == EWOULDBLOCK) // a file server has lent it out
+        if (!file_ && errno == EWOULDBLOCK) // a file server holds a lease on it
             throw TryAgainLater("Another program has the song file for itself.");
         if (!file_ || ::fstat(file_.get(), &found_) != 0)
             throw util::Exception(
                 fmt::format("The song file can't be opened: {}.", std::generic_category().message(errno)));
-        // An administrator may write into any file, and a marked one is left alone all the same.
+        // faccessat() lets root write into any file, but a file marked read-only must stay unchanged.
         constexpr mode_t writable = S_IWUSR | S_IWGRP | S_IWOTH;
         if ((found_.st_mode & writable) == 0 ||
             ::faccessat(folder.get(), name.c_str(), W_OK, AT_EACCESS) != 0)
@@ -52,12 +52,12 @@ public:
 
     [[nodiscard]] int get() const noexcept { return file_.get(); }
 
-    /** Of this very file, whatever its name has come to stand for. */
+    /** A path to the opened file, even if its name now belongs to another file. */
     [[nodiscard]] fs::path path() const { return fmt::format("/proc/self/fd/{}", file_.get()); }
 
     [[nodiscard]] std::uint64_t size() const noexcept { return static_cast<std::uint64_t>(found_.st_size); }
 
-    /** @throws TryAgainLater unless the name still stands for the file as it was */
+    /** @throws TryAgainLater if the file has changed, or its name belongs to another file */
     void check() const {
         struct stat now = {};
         const bool same = ::fstatat(folder_.get(), name_.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
@@ -78,7 +78,7 @@ private:
     struct stat found_ = {};
 };
 
-/** The new file, removed at the end unless it has taken the place of the old one. */
+/** The new file. The destructor removes it unless rename() put it in the place of the old one. */
 class TemporaryFile {
 public:
     TemporaryFile(const SongFolder& folder, fs::path name)
@@ -96,7 +96,7 @@ public:
     [[nodiscard]] const util::FileDescriptor& descriptor() const noexcept { return file_; }
     [[nodiscard]] fs::path path() const { return folder_.file(name_); }
 
-    /** Lets the disk begin with it, as there is something else to do until the whole is flushed. */
+    /** Starts writing to disk early, so that it runs while the copy is verified. */
     void startFlushing() const noexcept { ::sync_file_range(file_.get(), 0, 0, SYNC_FILE_RANGE_WRITE); }
 
     void flush() const {
@@ -116,13 +116,16 @@ private:
     bool renamed_ = false;
 };
 
-/** Room for the copy, and as much again for whoever else writes there. */
+/**
+ * Checks that there is space for the copy, and as much again for other programs.
+ * @throws TryAgainLater when there is less
+ */
 void needSpace(const SongFolder& folder, std::uint64_t songBytes, std::uint64_t pictureBytes) {
     constexpr std::uint64_t mebibyte = std::uint64_t{1024} * 1024;
     struct statvfs disk = {};
     if (::fstatvfs(folder.get(), &disk) != 0) fail("copy of the song file", errno);
     const std::uint64_t needed = 2 * songBytes + pictureBytes + mebibyte;
-    const bool known = disk.f_blocks != 0; // what has no bounds of its own says nothing but zeros
+    const bool known = disk.f_blocks != 0; // some file systems without limits report only zeros
     if (known && disk.f_bavail * disk.f_frsize < needed)
         throw TryAgainLater(
             fmt::format("There is not enough space on the disk of the song file: {} MiB are needed.",
@@ -147,7 +150,7 @@ void writeCover(const SongUpdate& update) {
     const fs::path song = original.path();
     const Lease lease(original.get());
     if (!update.replace && !tags::readFrontCover(song).empty()) {
-        folder.flush(); // a run that was killed may have put it there just before
+        folder.flush(); // a killed run may have written it just before
         return;
     }
     const util::Buffer picture = update.fit(

@@ -12,32 +12,33 @@
 
 namespace tagger {
 
-/** A failure for a reason that passes, so that it makes sense to try again later. */
+/** A temporary failure: trying again later makes sense. */
 class TryAgainLater : public util::Exception {
 public:
     using Exception::Exception;
 };
 
-/** Makes a picture that fits out of one that was received. @throws util::Exception */
+/** Returns the received picture, or a new one within the limits. @throws util::Exception */
 using Fit =
     std::function<util::Buffer(std::span<const std::byte> received, const tags::PictureLimits& limits)>;
 
-/** What is to be written into which song file. */
+/** The job: a picture and the song file that gets it. */
 struct SongUpdate {
     std::filesystem::path song;          // absolute, with all links resolved
-    std::filesystem::path temporaryFile; // of the same folder, and not there
-    std::span<const std::byte> picture;  // as it was received
+    std::filesystem::path temporaryFile; // in the same folder, must not exist
+    std::span<const std::byte> picture;  // as received
     int maxSidePixels = 1200;
-    bool replace = true; // the front cover that is there
+    bool replace = true; // an existing front cover
     Fit fit;
 };
 
 /**
- * Makes the picture, or a smaller one that fits, the front cover of the song file. At every moment, a killed
- * process included, there is the whole old file or the whole new one, on disk; only the temporary file may be
- * left behind by a kill. A file that has the picture already is not touched.
- * @throws TryAgainLater, util::Exception; the song file is as it was, then, unless all that failed was to
- * flush the folder
+ * Makes the picture, or a smaller one that fits, the front cover of the song file. The change is atomic:
+ * after a kill at any moment, the disk has the whole old file or the whole new one, and perhaps the temporary
+ * file. Doesn't touch a file that already has the picture.
+ * A failure leaves the song file unchanged, unless only the flush of the folder failed.
+ * @throws TryAgainLater for a temporary failure
+ * @throws util::Exception for any other failure
  */
 void writeCover(const SongUpdate& update);
 

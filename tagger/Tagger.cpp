@@ -32,14 +32,17 @@ void limit(int resource, rlim_t most) {
     setrlimit(static_cast<__rlimit_resource>(resource), &now);
 }
 
-/** A file that was made to take all time or memory gets a bounded share, and services come first. */
+/**
+ * Limits time and memory, because a hostile file could use up all of them. Lowers the priority, because
+ * services come first.
+ */
 void setUp() {
     limit(RLIMIT_CPU, 600);
     limit(RLIMIT_CORE, 0);
-#ifndef __SANITIZE_ADDRESS__ // which reserves more than any machine has
+#ifndef __SANITIZE_ADDRESS__ // AddressSanitizer reserves more than any machine has
     limit(RLIMIT_AS, rlim_t{2} * 1024 * 1024 * 1024);
 #endif
-    (void)std::signal(SIGXFSZ, SIG_IGN); // a write that is too long fails instead
+    (void)std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit fails instead
     (void)setpriority(PRIO_PROCESS, 0, 10);
 }
 
@@ -57,7 +60,7 @@ int runTagger(int count, char** arguments, const Fit& fit) {
         std::cerr << "sleevery-tagger is started by sleevery.fcgi\n";
         return Failed;
     }
-    // A runner that was killed meanwhile has nobody to say so.
+    // End this process with the runner. The next line detects a runner that ended before this call.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != number(arguments[5])) return Failed;
     setUp();

@@ -5,8 +5,10 @@
 
 namespace tagger {
 
-/** The main function of the programs that write covers into songs, which differ in how they make a picture
- * fit. tagger/Protocol.h tells the arguments. */
+/**
+ * The main function of the programs that write covers into songs. They differ only in `fit`. See
+ * tagger/Protocol.h for the arguments.
+ */
 [[nodiscard]] int runTagger(int count, char** arguments, const Fit& fit);
 
 } // namespace tagger

@@ -14,8 +14,8 @@
 namespace {
 
 /**
- * A picture that has to be smaller is left to the program that can make it so, which begins anew in this
- * one's place: starting it takes longer than most songs do, as libgd brings some fifty libraries along.
+ * Replaces this process by the program that can scale a picture; it starts from the beginning. Scaling is in
+ * another program because that one links libgd: loading some fifty libraries takes longer than most songs.
  */
 [[noreturn]] void giveWay(char** arguments) {
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");

@@ -47,12 +47,12 @@ protected:
     path copy_ = tests::newFile(folder_.path() / "copy");
 };
 
-/** An access control list as the system keeps it, in which user 4711 may read and write. */
-const std::string accessList = "\2\0\0\0"s                    // the version
-                               "\1\0\6\0\xFF\xFF\xFF\xFF"s    // the owner: rw-
+/** An access control list in the kernel's format. User 4711 may read and write. */
+const std::string accessList = "\2\0\0\0"s                    // version
+                               "\1\0\6\0\xFF\xFF\xFF\xFF"s    // owner: rw-
                                "\2\0\6\0\x67\x12\0\0"s        // user 4711: rw-
-                               "\4\0\4\0\xFF\xFF\xFF\xFF"s    // the group: r--
-                               "\x10\0\6\0\xFF\xFF\xFF\xFF"s  // the mask: rw-
+                               "\4\0\4\0\xFF\xFF\xFF\xFF"s    // group: r--
+                               "\x10\0\6\0\xFF\xFF\xFF\xFF"s  // mask: rw-
                                "\x20\0\0\0\xFF\xFF\xFF\xFF"s; // others: ---
 
 constexpr const char* access = "system.posix_acl_access";
@@ -67,7 +67,7 @@ TEST_F(FileAttributes, TheModeIsKept) {
 }
 
 TEST_F(FileAttributes, TheOwnerIsKeptAndWithItTheBitsThatANewOwnerLoses) {
-    // An ordinary user has no other owner to give a file to.
+    // Only root can give a file to another owner.
     if (::geteuid() == 0) {
         ASSERT_EQ(::chown(original_.c_str(), 4711, 4712), 0);
     }

@@ -17,7 +17,7 @@ using tagger::TryAgainLater;
 
 class LeaseTest : public testing::Test {
 protected:
-    /** Whether another program could write into the file at once; if not, it begins to wait. */
+    /** Whether another program can open the file for writing at once. If not, that program begins to wait. */
     [[nodiscard]] bool canWriteAtOnce() const {
         const util::FileDescriptor writer(::open(path_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         EXPECT_TRUE(writer || errno == EWOULDBLOCK);

@@ -53,7 +53,7 @@ protected:
                             .fit = tags::fittingPicture});
     }
 
-    /** Why writing is refused for good, and that it leaves everything as it was. */
+    /** The reason of a permanent failure. Expects that the folder and the song stay unchanged. */
     [[nodiscard]] std::string refusal(const Change& change = {}) const {
         const auto names = namesInAlbum();
         try {
@@ -70,7 +70,7 @@ protected:
         }
     }
 
-    /** Why it is refused for now, and that it leaves everything as it was. */
+    /** The reason of a temporary failure. Expects that no other file is left in the folder. */
     [[nodiscard]] std::string delay() const {
         try {
             write();
@@ -201,8 +201,8 @@ TEST_F(SongUpdate, ACopyThatGetsTooLongIsAFailure) {
 TEST_F(SongUpdate, WithoutSpaceForTheCopyItIsTriedAgain) {
     struct statvfs disk = {};
     ASSERT_EQ(::statvfs(song_.c_str(), &disk), 0);
-    fs::resize_file(song_, disk.f_bavail * disk.f_frsize); // takes no space, but its copy would
-    const tests::ShortFiles limit(before_.size() / 2);     // where the test fails, the disk stays as it is
+    fs::resize_file(song_, disk.f_bavail * disk.f_frsize); // sparse: only its copy would take space
+    const tests::ShortFiles limit(before_.size() / 2);     // protects the disk if the test fails
     EXPECT_TRUE(delay().starts_with("There is not enough space on the disk of the song file: "));
 }
 
@@ -219,12 +219,12 @@ TEST_F(SongUpdate, AFileThatAFileServerHasLentOutIsTriedAgain) {
 }
 
 /**
- * Another program that does something as soon as something happens in a folder, before the one that made it
- * happen goes on: the kernel's signal interrupts this very thread. One at a time.
+ * Acts as another program at an event in a folder, before the code under test continues: the kernel's signal
+ * interrupts this thread. Only one object at a time.
  */
 class OtherProgram {
 public:
-    /** @param event DN_CREATE, ... */
+    /** @param event such as DN_CREATE */
     OtherProgram(const fs::path& folder, int event, std::function<void()> act)
         : folder_(tests::openFile(folder, O_RDONLY | O_DIRECTORY)) {
         act_ = std::move(act);
@@ -251,7 +251,10 @@ private:
     util::FileDescriptor folder_;
 };
 
-/** Lets another program do something when the copy is begun, written or given its attributes. */
+/**
+ * Runs `otherProgram` when the copy is created, is written, or gets its attributes, depending on `event`.
+ * @return the reason of the temporary failure
+ */
 std::string SongUpdate::delayBy(int event, std::function<void()> otherProgram) const {
     writeFile(song_, before_);
     const OtherProgram other(album_, event, std::move(otherProgram));
