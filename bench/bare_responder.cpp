@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The least that a responder for "show?key=N" can do, to hold the real one against: it answers from memory
-// with the picture N.png of the folder STATE_DIRECTORY, in the same bytes.
+// The smallest possible responder for "show?key=N", as a baseline for the real one. It answers from memory
+// with the unchanged bytes of N.png in the folder STATE_DIRECTORY.
 #include <fcgiapp.h>
 
 #include <charconv>
@@ -29,7 +29,7 @@ Pictures readPictures() {
     return pictures;
 }
 
-/** The number behind "key="; 0 where there is none. */
+/** The number after "key="; 0 if there is none. */
 int keyOf(std::string_view query) {
     static constexpr std::string_view name = "key=";
     const auto found = query.find(name);

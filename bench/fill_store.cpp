@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Makes a store with many entries, all with the same picture. After each tenth it prints a line: how many
-// entries there are and how many microseconds each of this tenth took.
+// Makes a store with many entries, all with the same picture. After each tenth it prints a line: the number
+// of entries so far, and the mean time per entry in this tenth, in microseconds.
 //
 //     fill_store FOLDER COUNT PNG
 #include "store/sqlite/Store.h"
@@ -23,9 +23,9 @@
 namespace {
 
 /**
- * Made-up names, the same ones in every run. Words are as frequent as in real names: the n-th most frequent
- * one comes up in proportion to 1/n, and the frequent ones are short. The last word of an artist's name is
- * any one, and few artists have many albums.
+ * Made-up names, the same in every run. Word frequencies are those of real names: the n-th most frequent word
+ * occurs in proportion to 1/n, and frequent words are short. The last word of an artist's name is any word,
+ * with equal probability. Few artists have many albums.
  */
 class Names {
 public:
@@ -46,7 +46,7 @@ private:
     static constexpr int vocabulary = 200'000;
     static constexpr int artists = 100'000;
 
-    // The distributions of the standard library differ from one implementation to the next.
+    // Not std::uniform_int_distribution: its results differ between standard libraries.
     unsigned below(unsigned bound) { return static_cast<unsigned>(random_() % bound); }
     double fraction() { return static_cast<double>(below(1U << 30U)) / (1U << 30U); }
 
@@ -63,7 +63,7 @@ private:
 
     std::string commonWord() { return word(static_cast<unsigned>(std::pow(vocabulary, fraction()))); }
 
-    /** Each with a blank behind it. */
+    /** Words, each followed by a blank. */
     std::string words(unsigned count) {
         std::string text;
         for (unsigned i = 0; i < count; ++i)
@@ -94,7 +94,7 @@ void fill(store::CoverStore& covers, int count, const std::string& png) {
         const int from = entries;
         const auto start = std::chrono::steady_clock::now();
         const int upTo = static_cast<int>(std::int64_t{count} * tenth / 10);
-        while (entries < upTo) // a name that comes up again gives the entry that is there
+        while (entries < upTo) // a repeated name returns the existing entry
             entries = std::max(entries, covers.storeImage(names.nextRecord(), image, store::IfPresent::Keep));
         const std::chrono::duration<double, std::micro> taken = std::chrono::steady_clock::now() - start;
         std::cout << entries << ' ' << taken.count() / (entries - from) << std::endl;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What an upload can't do without: one decode of the picture and one flushed commit of its bytes. Reads the
-// path of a JPEG file a line and answers each with a line, the milliseconds of both.
+// Measures the parts that no upload can avoid: one decode of the picture and one flushed commit of its bytes.
+// Reads JPEG pictures from standard input: for each its size in bytes, a newline, and the bytes. Answers each
+// with a line: the times of the decode and of the commit in milliseconds.
 //
 //     upload_floor DATABASE
 #include <SQLiteCpp/Database.h>
