@@ -15,7 +15,7 @@ CarryingImagePtr blankImage() {
     return CarryingImagePtr(::new (block) CarryingImage{});
 }
 
-/** Moves what libgd knows of an image over; the emptied shell goes alone. */
+/** Moves libgd's struct into `image`. Frees only the source's outer block: `image` owns the rows now. */
 void adopt(CarryingImage& image, Pixels pixels) noexcept {
     static_cast<gdImageStruct&>(image) = *pixels;
     gdFree(pixels.release());
@@ -24,7 +24,7 @@ void adopt(CarryingImage& image, Pixels pixels) noexcept {
 } // namespace
 
 void CarryingImageDeleter::operator()(CarryingImage* image) const noexcept {
-    std::destroy_at(&image->file); // of this member alone: libgd still reads the rest
+    std::destroy_at(&image->file); // only this member: gdImageDestroy() still reads the others
     gdImageDestroy(image);
 }
 

@@ -11,12 +11,12 @@
 namespace image {
 
 /**
- * What an Image points at: a libgd image that also carries the file it comes from. Until somebody asks for
- * the pixels of a file, `tpixels` is null; width and height are set all the same. It lives in a block from
- * the C allocator, so that libgd frees its part.
+ * A libgd image that also carries the encoded file it comes from. util::Image points at one of these. An
+ * image made from a file alone has its width and height, but `tpixels` is null until needPixels() is called.
+ * The struct lives in a block from the C allocator, because gdImageDestroy() frees that block.
  */
 struct CarryingImage : gdImageStruct {
-    ReceivedImage file; // null bytes when the pixels are all there is
+    ReceivedImage file; // `bytes` is null for an image without a file
 };
 
 struct CarryingImageDeleter {
@@ -28,13 +28,13 @@ using CarryingImagePtr = std::unique_ptr<CarryingImage, CarryingImageDeleter>;
 /** @throws std::bad_alloc */
 [[nodiscard]] CarryingImagePtr carry(Pixels pixels, ReceivedImage file);
 
-/** An image of `file` without pixels as yet. @throws std::bad_alloc */
+/** An image of `file` whose pixels are not decoded yet. @throws std::bad_alloc */
 [[nodiscard]] CarryingImagePtr carry(ReceivedImage file);
 
-/** The same image once more. It shares the file, and copies pixels only where there is no file. */
+/** A copy. It shares the file if there is one; otherwise it copies the pixels. @throws std::bad_alloc */
 [[nodiscard]] CarryingImagePtr copyOf(CarryingImage& image);
 
-/** Decodes the pixels, if that has not been done. @throws util::Exception when the file is damaged */
+/** Decodes the pixels unless they are there already. @throws util::Exception when the file is damaged */
 void needPixels(CarryingImage& image);
 
 } // namespace image

@@ -27,7 +27,7 @@ gdImagePtr copyOrNull(gdImagePtr image) {
     return image == nullptr ? nullptr : image::copyOf(carrying(image)).release();
 }
 
-/** Does `action`; false, and one line on standard error that says why, when it throws. */
+/** Runs `action`. When it throws, logs one line with the reason to standard error and returns false. */
 template <typename Action>
 bool succeeds(std::string_view purpose, Action action) {
     try {
@@ -39,7 +39,7 @@ bool succeeds(std::string_view purpose, Action action) {
     }
 }
 
-/** The file's own bytes where it is of that type and upright already, else a new file. */
+/** The carried file's own bytes if it has that type and is upright; otherwise the pixels, newly encoded. */
 template <typename Encoder>
 Buffer encodedAs(image::ImageType type, gdImagePtr image, Encoder encode) {
     image::CarryingImage& source = carrying(image);

@@ -14,15 +14,19 @@ namespace image {
 namespace {
 
 /**
- * zlib's level 2, because the first one to look at a cover waits for it. Measured at 1000 x 1000: 43 ms
- * and 1.02 MB for a smooth photo (level 4: 67 ms, 0.92 MB; level 6: 189 ms, 0.87 MB); 65 ms and 2.09 MB for a
- * grainy one, where the levels above 3 take 105 ms for 4 % more bytes.
+ * zlib's level. It is low because the first request for a cover waits for the encoding. Measured at
+ * 1000 x 1000 pixels:
+ * - smooth photo: level 2 takes 43 ms for 1.02 MB, level 4 takes 67 ms for 0.92 MB, level 6 takes 189 ms for
+ *   0.87 MB;
+ * - grainy photo: level 2 takes 65 ms for 2.09 MB; levels above 3 take 105 ms and give 4 % more bytes.
  */
 constexpr int pngLevel = 2;
 constexpr int jpegQuality = 90;
 
-/** Every failure becomes an exception here, so libgd's own lines, which may quote hostile bytes, say nothing
- * more. */
+/**
+ * Drops libgd's own messages. They may quote hostile bytes, and they add nothing: this file turns every
+ * failure into an exception.
+ */
 void ignoreMessage(int /*priority*/, const char* /*format*/, std::va_list /*arguments*/) noexcept {}
 
 void silenceGd() { [[maybe_unused]] static const bool once = (gdSetErrorMethod(ignoreMessage), true); }
@@ -34,8 +38,10 @@ Pixels blankPixels(int width, int height) {
     return pixels;
 }
 
-/** What of a PNG makes its picture. Without the rest, the decoder neither unpacks texts and profiles nor
- * prints on them. */
+/**
+ * A copy of `png` with only the chunks that make up the picture. The decoder would unpack the other ones,
+ * such as texts and colour profiles, and print warnings about them.
+ */
 util::Buffer withoutAncillaryChunks(std::span<const std::byte> png) {
     util::Buffer kept(png.size());
     std::byte* end = std::ranges::copy(png.first(PngChunks::signature.size()), kept.data()).out;
@@ -53,7 +59,7 @@ using Decoder = gdImagePtr (*)(int, void*);
 Pixels decodeWith(Decoder decoder, std::span<const std::byte> bytes) {
     if (!std::in_range<int>(bytes.size())) return nullptr;
     return Pixels(
-        decoder(static_cast<int>(bytes.size()), const_cast<std::byte*>(bytes.data()))); // it only reads
+        decoder(static_cast<int>(bytes.size()), const_cast<std::byte*>(bytes.data()))); // libgd only reads
 }
 
 Pixels decodeAny(std::span<const std::byte> bytes, ImageType type) {
@@ -84,7 +90,10 @@ std::string_view typeName(ImageType type) {
     return "";
 }
 
-/** libgd leaves a true-colour PNG's one transparent colour opaque and only notes which one it is. */
+/**
+ * Makes the pixels of a true-colour PNG's transparent colour transparent. libgd only notes that colour and
+ * leaves its pixels opaque.
+ */
 void applyTransparentColour(gdImageStruct& pixels) {
     const int colour = gdImageGetTransparent(&pixels);
     if (colour < 0) return;
@@ -104,7 +113,7 @@ void makeTrueColour(gdImageStruct& pixels) {
     gdImageInterlace(&pixels, 0);
 }
 
-/** Copies pixel by pixel: libgd's own rotation interpolates, and can add a border. */
+/** Copies pixel by pixel, because libgd's own rotation interpolates and can add a border. */
 Pixels upright(Pixels source, int orientation) {
     if (orientation == 1) return source;
     const bool transposed = orientation >= 5;
@@ -129,7 +138,7 @@ bool hasTransparency(const gdImageStruct& pixels) {
     });
 }
 
-/** Takes over what libgd has encoded; its blocks are from malloc(). */
+/** Takes ownership of the block that libgd has encoded into; libgd allocates it with malloc(). */
 util::Buffer encoded(void* block, int size, std::string_view type) {
     util::Buffer result(block, block == nullptr ? 0 : static_cast<std::size_t>(size));
     if (result.empty())

@@ -10,24 +10,24 @@
 #include <memory>
 #include <span>
 
-/** What is done with libgd. Its images are true colour here: palettes end where a file has been decoded. */
+/** Decoding, scaling and encoding with libgd. Every image is true colour: decoding converts palettes. */
 namespace image {
 
 struct PixelsDeleter {
     void operator()(gdImageStruct* pixels) const noexcept { gdImageDestroy(pixels); }
 };
 
-/** A libgd image; never null where a function here returns one. */
+/** A libgd image. The functions here never return null. */
 using Pixels = std::unique_ptr<gdImageStruct, PixelsDeleter>;
 
 /**
  * Decodes a file and turns it upright.
- * @param header what readImageHeader() said of these bytes
+ * @param header the result of readImageHeader() for these bytes
  * @throws util::Exception when they can't be decoded
  */
 [[nodiscard]] Pixels decodePixels(std::span<const std::byte> bytes, const ImageHeader& header);
 
-/** Scales by averaging areas. The size must be positive. @throws util::Exception */
+/** Scales by averaging areas. The size must be positive. @throws util::Exception when out of memory */
 [[nodiscard]] Pixels scalePixels(gdImageStruct& source, int widthPixels, int heightPixels);
 
 /** @throws util::Exception */

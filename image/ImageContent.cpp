@@ -10,8 +10,10 @@
 namespace image {
 namespace {
 
-/** For what the library itself has made: it was held against the limits of its time before it was decoded
- * first. */
+/**
+ * For images that the library itself has encoded. Their originals were checked against the limits when
+ * they were first decoded.
+ */
 constexpr ImageLimits noLimits{std::numeric_limits<std::size_t>::max(),
                                std::numeric_limits<std::uint64_t>::max()};
 

@@ -13,13 +13,13 @@
 namespace image {
 namespace {
 
-/** What libgd can hold: it counts the bytes of an image, four a pixel, in an int. */
+/** The most pixels that libgd can hold: it counts the bytes of an image in an int, four per pixel. */
 constexpr std::uint64_t decodablePixels = std::numeric_limits<std::int32_t>::max() / 4;
 
-/** Every scan of a progressive JPEG costs a pass over all of its pixels; real encoders write about ten. */
+/** Each scan of a progressive JPEG costs a pass over all pixels. Real encoders write about ten scans. */
 constexpr int maxScans = 100;
 
-/** Deflate packs at most 1032 bytes into one. */
+/** Deflate compresses at most 1032 to 1; the limit leaves a small margin. */
 constexpr std::uint64_t maxDeflateRatio = 1040;
 
 void setSize(ImageHeader& header, const util::ByteReader& in, std::uint32_t width, std::uint32_t height,
@@ -36,8 +36,10 @@ void setSize(ImageHeader& header, const util::ByteReader& in, std::uint32_t widt
     header.heightPixels = static_cast<int>(height);
 }
 
-/** The orientation in a block of EXIF data; upright where it names none or is damaged: the picture is worth
- * showing. */
+/**
+ * The orientation in a block of EXIF data. Damaged data or data without an orientation counts as upright: the
+ * picture itself can still be shown.
+ */
 int exifOrientation(const util::ByteReader& tiff) {
     using namespace std::string_view_literals;
     const bool little = tiff.matches(0, "II*\0"sv);
@@ -61,7 +63,9 @@ int exifOrientation(const util::ByteReader& tiff) {
     return 1;
 }
 
-/** EXIF data with the name in front that a JPEG demands and some writers put into a WebP, too; else nothing.
+/**
+ * The orientation in EXIF data that starts with the name "Exif". JPEG requires that name, and some writers
+ * also put it into a WebP. Upright when the name is missing.
  */
 int namedExifOrientation(const util::ByteReader& data) {
     using namespace std::string_view_literals;
@@ -99,8 +103,10 @@ bool startsFrame(std::uint32_t marker) {
            marker != arithmeticTables;
 }
 
-/** Where the code of the next marker is: behind image data, padding and fill bytes, as the decoder finds it,
- * too. */
+/**
+ * The position of the next marker's code. Skips image data, padding and fill bytes in the same way as the
+ * decoder does.
+ */
 std::size_t findMarker(const util::ByteReader& in, std::size_t at) {
     for (;;) {
         const std::span<const std::byte> rest = in.part(at, in.size() - at).bytes();
@@ -120,7 +126,7 @@ void readFrame(ImageHeader& header, std::uint32_t marker, const util::ByteReader
                            marker == arithmetic || marker == arithmeticProgressive;
     const std::uint32_t height = segment.bigEndian(3, 2);
     const std::uint32_t components = segment.byte(7);
-    // Height 0 leaves it to a marker behind the first scan, which no decoder here knows.
+    // With height 0, a marker after the first scan tells the height. The decoder doesn't support that.
     if (!decodable || segment.byte(2) != 8 || height == 0 || components == 0 || components == 2 ||
         components > 4) {
         segment.unsupported();
@@ -129,7 +135,9 @@ void readFrame(ImageHeader& header, std::uint32_t marker, const util::ByteReader
     header.baselineJpeg = marker == baseline && components < 4;
 }
 
-/** The decoder makes up what is missing, so only a walk through all scans to the end tells a whole image. */
+/**
+ * Walks through all scans to the end marker. The decoder would accept a truncated file and invent the rest.
+ */
 ImageHeader read(const util::ByteReader& in, const ImageLimits& limits) {
     ImageHeader header;
     header.type = ImageType::Jpeg;
@@ -160,7 +168,7 @@ ImageHeader read(const util::ByteReader& in, const ImageLimits& limits) {
 
 namespace png {
 
-/** Samples of one pixel; 0 for a colour type that there is not. */
+/** Samples per pixel; 0 for an unknown colour type. */
 std::uint32_t channels(std::uint32_t colourType) {
     switch (colourType) {
     case 0:
@@ -192,7 +200,7 @@ ImageHeader read(const util::ByteReader& in, const ImageLimits& limits) {
         if (chunk->type == "IDAT") packedBytes += chunk->data.size();
         if (chunk->type == "eXIf") header.orientation = exifOrientation(chunk->data);
     }
-    // A header that promises more than its data can hold would cost the decoder the memory all the same.
+    // The decoder allocates the memory for the size in the header, even if the data can't fill it.
     const std::uint64_t pixels = std::uint64_t(header.widthPixels) * std::uint64_t(header.heightPixels);
     if (pixels * bitsPerPixel / 8 > packedBytes * maxDeflateRatio) in.truncated();
     header.usedBytes = chunks.position();
@@ -247,14 +255,14 @@ std::size_t colourBytes(std::uint32_t flags) {
     return (flags & hasColours) == 0 ? 0 : std::size_t{3} << ((flags & 0x07U) + 1);
 }
 
-/** Where the sub-blocks that start at `at` have ended. */
+/** The position after the sub-blocks that start at `at`. */
 std::size_t skipSubBlocks(const util::ByteReader& in, std::size_t at) {
     while (const std::uint32_t length = in.byte(at))
         at += 1 + length;
     return at + 1;
 }
 
-/** Walks through the first picture, which is the one that is shown. */
+/** Checks only the first picture, because only that one is shown. */
 ImageHeader read(const util::ByteReader& in, const ImageLimits& limits) {
     constexpr std::uint32_t extension = 0x21;
     constexpr std::uint32_t picture = 0x2C;

@@ -75,7 +75,7 @@ TEST_P(ImageContentOfFile, HasUprightPixels) {
     Image image = decode(imageBytes(GetParam().name));
     EXPECT_EQ(image.width(), 48);
     EXPECT_EQ(image.height(), 32);
-    // Twice the size and back: that leaves the pixels, and nothing else, to be encoded.
+    // Scaling up and back drops the carried file, so that the pixels are encoded.
     ASSERT_TRUE(image.resample(96, 64));
     ASSERT_TRUE(image.resample(48, 32));
     expectShown(tests::decodedPng(tests::rawPng(image)), GetParam());

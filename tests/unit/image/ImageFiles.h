@@ -36,7 +36,7 @@ inline std::vector<std::string> imageNames() {
     return names;
 }
 
-/** A colour as libgd has it, compared with some tolerance for what a lossy encoder does to it. */
+/** A colour in libgd's channels. alike() compares with a tolerance, because lossy encoders change colours. */
 struct Colour {
     int red;
     int green;
@@ -61,7 +61,7 @@ inline Colour colourAt(const Picture& picture, int x, int y) {
             gdTrueColorGetAlpha(pixel)};
 }
 
-/** The colours in the middles of the four quarters, row by row. */
+/** The colours at the centres of the four quarters, row by row. */
 inline std::vector<Colour> quartersOf(const Picture& picture) {
     const int x = gdImageSX(picture.get()) / 4;
     const int y = gdImageSY(picture.get()) / 4;
@@ -77,7 +77,7 @@ inline Picture decodedJpeg(std::string bytes) {
     return Picture(gdImageCreateFromJpegPtr(static_cast<int>(bytes.size()), bytes.data()));
 }
 
-/** What one of the image's getRaw... functions hands out; empty when it fails. */
+/** The bytes from getRawPNG() or getRawJPG(); empty when it fails. */
 inline std::string rawBytes(util::Image& image, bool (util::Image::*get)(void**, std::size_t&)) {
     void* data = nullptr;
     std::size_t size = 0;

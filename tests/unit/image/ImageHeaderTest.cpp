@@ -23,7 +23,7 @@ ImageHeader headerOf(const std::string& bytes, const ImageLimits& limits = {}) {
     return readImageHeader(bytesOf(bytes), limits);
 }
 
-/** The sentence that refuses the bytes; empty when they are accepted. */
+/** The error sentence for these bytes; empty when they are accepted. */
 std::string refusalOf(const std::string& bytes, const ImageLimits& limits = {}) {
     try {
         static_cast<void>(headerOf(bytes, limits));
@@ -100,7 +100,7 @@ class ReadImageHeaderOfPrefix : public testing::TestWithParam<std::string> {};
 
 TEST_P(ReadImageHeaderOfPrefix, RefusesEachOne) {
     std::string bytes = imageBytes(GetParam());
-    if (bytes.ends_with(";")) bytes.pop_back(); // the end mark of a GIF, which says nothing of its picture
+    if (bytes.ends_with(";")) bytes.pop_back(); // a GIF's end mark: the picture is complete without it
     for (std::size_t length = 0; length < bytes.size(); ++length) {
         EXPECT_NE(refusalOf(bytes.substr(0, length)), "") << length << " of " << bytes.size() << " bytes";
     }
@@ -170,7 +170,7 @@ std::string segment(int marker, const std::string& data) {
            data;
 }
 
-/** What a frame header says. */
+/** The contents of a JPEG frame header. */
 struct Frame {
     int marker = 0xC0;
     int precision = 8;

@@ -17,7 +17,7 @@ std::size_t below(std::size_t limit, Random& random) {
     return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
 }
 
-/** One of the things that go wrong with a file, or that somebody does to it. */
+/** Damages the file in one random way, as an accident or an attacker would. */
 void mutate(std::string& bytes, Random& random) {
     const std::size_t at = below(bytes.size(), random);
     switch (below(6, random)) {
@@ -43,7 +43,9 @@ void mutate(std::string& bytes, Random& random) {
     if (bytes.empty()) bytes.push_back('x');
 }
 
-/** True when the bytes were decoded; refusing them with a sentence is as good. Anything else fails the test.
+/**
+ * Whether the bytes were decoded. An exception with an error sentence is fine, too; anything else fails the
+ * test.
  */
 bool decodes(const std::string& bytes) {
     constexpr image::ImageLimits limits{1'000'000, 1'000'000};
@@ -66,7 +68,7 @@ TEST_P(MutatedImage, IsDecodedOrRefused) {
     const std::string original = tests::imageBytes(GetParam());
     constexpr int rounds = 1000;
     int refused = 0;
-    testing::internal::CaptureStderr(); // libpng warns of what is odd
+    testing::internal::CaptureStderr(); // libpng prints warnings
     for (int round = 0; round < rounds; ++round) {
         std::string bytes = original;
         for (std::size_t left = 1 + below(4, random); left > 0; --left)

@@ -146,7 +146,7 @@ Image passedThrough(Image image) { return image; }
 TEST(Image, SurvivesBeingHandedAround) {
     std::vector<Image> images{passedThrough(imageOf(imageBytes("rgb.png")))};
     images.push_back(passedThrough(images.front()));
-    images.reserve(images.capacity() + 1); // copies them all
+    images.reserve(images.capacity() + 1); // reallocates, which copies all images
     for (Image& image : images)
         EXPECT_EQ(rawPng(image), imageBytes("rgb.png"));
 }
@@ -179,7 +179,7 @@ TEST(Image, ShowsTransparentPartsWhiteInAJpeg) {
     EXPECT_EQ(rawPng(image), imageBytes("rgba.png")) << "the image itself stays as it was";
 }
 
-/** Black and white by turns, pixel by pixel. */
+/** Single pixels, alternately black and white. */
 std::string chequered(int side) {
     const Picture picture(gdImageCreateTrueColor(side, side));
     for (int y = 0; y < side; ++y) {
