@@ -14,7 +14,7 @@ namespace xml {
 namespace {
 
 constexpr unsigned long maxOperations = 5'000'000;
-constexpr int maxDepth = 1000; // nested templates and instructions, each of which costs stack
+constexpr int maxDepth = 1000; // nested templates and instructions: each level costs stack
 
 using Transform = std::unique_ptr<xsltTransformContext, XmlDeleter<xsltFreeTransformContext>>;
 
@@ -25,7 +25,7 @@ Stylesheet::Stylesheet(const std::filesystem::path& path) : files_(path), compil
     compiled_->_private = &files_;
     XmlDoc document = files_.readStylesheet();
     if (xsltParseStylesheetUser(compiled_.get(), document.get()) != 0) {
-        compiled_.reset(); // before the document, into which it points
+        compiled_.reset(); // before `document`, because it points into that
         throw util::Exception("The stylesheet can't be compiled.");
     }
     (void)document.release(); // the compiled stylesheet owns it now

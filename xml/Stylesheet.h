@@ -14,19 +14,19 @@
 namespace xml {
 
 /**
- * A stylesheet in a sandbox: it reads nothing but the files below its own folder, writes nothing, never goes
- * to the network, and what it may spend on memory, stack and instructions is limited. What libxslt says goes
- * to the XmlMessages of the moment. Lives and dies on one thread, and there at most one at a time.
+ * A stylesheet in a sandbox. It reads only files below its own folder, writes nothing and never uses the
+ * network. Its memory, stack and number of instructions are limited. libxslt's messages go to the thread's
+ * current XmlMessages. Create and destroy it on the same thread; a thread has at most one at a time.
  */
 class Stylesheet {
 public:
-    /** Reads and compiles the file `path` (canonical). @throws util::Exception */
+    /** Reads and compiles the stylesheet at the canonical `path`. @throws util::Exception when that fails */
     explicit Stylesheet(const std::filesystem::path& path);
 
     /**
-     * The result, serialised as the stylesheet wants it; may be empty. White space in `source` is stripped
-     * where the stylesheet asks for that.
-     * @throws util::Exception
+     * The result, serialised as the stylesheet's xsl:output says; may be empty. Changes `source`: strips its
+     * white space if the stylesheet asks for that.
+     * @throws util::Exception when the stylesheet fails or exceeds a limit
      */
     [[nodiscard]] std::string apply(xmlDoc& source);
 

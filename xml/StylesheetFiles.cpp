@@ -20,17 +20,17 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t maxFileBytes = std::size_t{4} * 1024 * 1024;
 constexpr std::size_t maxBytesInAll = 4 * maxFileBytes;
-// One file can be asked for under ever new names, with a "?" and a number behind it, say.
+// A stylesheet can read one file under endless names ("a?1", "a?2"), so the number of reads is limited, too.
 constexpr std::size_t maxFiles = 64;
 
-// The entities that a stylesheet declares are replaced, within libxml2's bounds for what they may grow to.
+// XML_PARSE_NOENT replaces the entities that a stylesheet declares. libxml2 limits how far they expand.
 constexpr int parseOptions = XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_NONET;
 
 bool isBelow(const fs::path& path, const fs::path& folder) {
     return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
 }
 
-/** A colon ahead of any slash is what an address looks like. */
+/** A colon before the first slash marks an address. */
 bool isAddress(std::string_view name) { return name.find(':') < name.find('/'); }
 
 std::string toUri(const fs::path& path) {

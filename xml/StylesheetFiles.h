@@ -9,31 +9,32 @@
 namespace xml {
 
 /**
- * The file that a stylesheet's name stands for: an absolute path, or a name below one of the folders, first
- * one first. A name below a folder can't lead out of it, neither by ".." nor by a symbolic link.
+ * Finds a stylesheet's file. `name` is an absolute path or relative to one of `folders`, which are searched
+ * in order. A relative name can't leave its folder, neither by ".." nor by a symbolic link.
  * @return a canonical path
- * @throws util::Exception when there is no such file or the name is no file name
+ * @throws util::Exception when there is no such file or `name` is not a file name
  */
 [[nodiscard]] std::filesystem::path findStylesheet(const char* name,
                                                    const std::vector<std::filesystem::path>& folders);
 
 /**
- * The files that one transform reads: the stylesheet and what it imports, includes and asks for with
- * document(). All of them lie below the stylesheet's own folder, and their number and size are limited. One
- * thread.
+ * Reads the files of one transform: the stylesheet itself, and the files that it imports, includes or loads
+ * with document(). Reads only files below the stylesheet's own folder. The number and the total size of the
+ * files are limited. One thread.
  */
 class StylesheetFiles {
 public:
     /** @param stylesheet a canonical path */
     explicit StylesheetFiles(std::filesystem::path stylesheet);
 
-    /** The stylesheet itself. @throws util::Exception */
+    /** Reads the stylesheet itself. @throws util::Exception as read() does */
     [[nodiscard]] XmlDoc readStylesheet();
 
     /**
-     * A file by the URI that libxslt made of the reference to it. Its names go to `dict`, as libxslt wants
-     * them to.
-     * @throws util::Exception when it must not be read, can't be read, or is not well-formed
+     * Reads a file that the stylesheet refers to.
+     * @param uri the reference as libxslt has resolved it
+     * @param dict a dictionary that the document shares, as libxslt requires; may be null
+     * @throws util::Exception when the file must not be read, can't be read, or is not well-formed
      */
     [[nodiscard]] XmlDoc read(const xmlChar* uri, xmlDictPtr dict);
 

@@ -25,7 +25,7 @@ namespace {
 constexpr std::size_t maxDocumentBytes = std::size_t{64} * 1024 * 1024;
 constexpr unsigned long maxXPathOperations = 5'000'000;
 
-// Set once, with the process-wide settings of the libraries, and only read from then on.
+// Set once, together with the libraries' process-wide settings. Only read afterwards, so it needs no lock.
 StylesheetFolders& stylesheetFolders() {
     static StylesheetFolders folders;
     return folders;
@@ -38,7 +38,7 @@ std::string transformed(xmlDocPtr document, const char* stylesheet) {
     const StylesheetFolders& folders = stylesheetFolders();
     const auto path =
         xml::findStylesheet(stylesheet, folders ? folders() : std::vector<std::filesystem::path>{});
-    const xml::XmlDoc source(xmlCopyDoc(document, 1)); // a stylesheet may strip white space from it
+    const xml::XmlDoc source(xmlCopyDoc(document, 1)); // a copy: the stylesheet may strip its white space
     if (!source) throw std::bad_alloc();
     std::string result = xml::Stylesheet(path).apply(*source);
     if (result.empty()) throw Exception("The result is empty.");

@@ -21,7 +21,7 @@ std::string_view viewOf(const XmlText& text) {
     return text ? std::string_view(reinterpret_cast<const char*>(text.get())) : std::string_view();
 }
 
-/** memmem() and not std::string_view::find(), whose worst case is the product of the lengths. */
+/** Uses memmem(): std::string_view::find() can take time proportional to the product of the lengths. */
 std::size_t find(std::string_view text, std::string_view part) {
     if (part.empty()) return 0;
     const void* found = memmem(text.data(), text.size(), part.data(), part.size());
@@ -29,7 +29,10 @@ std::size_t find(std::string_view text, std::string_view part) {
                             : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
 }
 
-/** The text that XPath gives out in the place of two: nothing where `part` isn't in `text`. */
+/**
+ * Implements an XPath function of two texts. Its result is what `cut` returns for the first match of the
+ * second text in the first; without a match it is empty.
+ */
 template <typename Cut>
 void cutAt(xmlXPathParserContextPtr context, int arguments, Cut cut) noexcept {
     if (arguments != 2) {
@@ -67,7 +70,7 @@ void substringAfter(xmlXPathParserContextPtr context, int arguments) noexcept {
           [](std::string_view text, std::size_t at, std::size_t length) { return text.substr(at + length); });
 }
 
-/** The first character of a well-formed text, taken off it. */
+/** Removes the first character of `text`, which must be valid UTF-8, and returns it. */
 std::string_view takeCharacter(std::string_view& text) {
     std::size_t length = 1;
     while (length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U)
@@ -81,7 +84,7 @@ std::string translated(std::string_view text, std::string_view from, std::string
     std::unordered_map<std::string_view, std::string_view> replacements;
     while (!from.empty()) {
         const std::string_view replacement = to.empty() ? std::string_view() : takeCharacter(to);
-        replacements.emplace(takeCharacter(from), replacement); // the first of equal ones counts
+        replacements.emplace(takeCharacter(from), replacement); // for a repeated character, the first counts
     }
     std::string result;
     while (!text.empty()) {
@@ -111,7 +114,7 @@ void translate(xmlXPathParserContextPtr context, int arguments) noexcept {
 }
 
 void put(xmlXPathContext& context, const char* name, xmlXPathFunction function) {
-    // A function that is there already would stay.
+    // xmlXPathRegisterFunc() doesn't replace a function, so remove the old one first.
     xmlXPathRegisterFunc(&context, reinterpret_cast<const xmlChar*>(name), nullptr);
     if (xmlXPathRegisterFunc(&context, reinterpret_cast<const xmlChar*>(name), function) != 0)
         throw std::bad_alloc();

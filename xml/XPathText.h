@@ -6,10 +6,9 @@
 namespace xml {
 
 /**
- * Puts functions that take linear time in the place of libxml2's contains(), substring-before(),
- * substring-after() and translate(). Those compare every place of one text with all of the other: two texts
- * of a megabyte, which a stylesheet makes out of nothing in twenty steps, would keep a responder busy for
- * hours, within one single operation.
+ * Replaces libxml2's contains(), substring-before(), substring-after() and translate() by functions that take
+ * linear time. libxml2's own take quadratic time, and the limit on operations can't stop a call once it runs.
+ * A stylesheet can build two texts of a megabyte in twenty steps; one call with them would take hours.
  */
 void registerLinearTextFunctions(xmlXPathContext& context);
 

@@ -26,7 +26,7 @@ std::string_view nameSpaceOf(const xmlNode& node) noexcept {
 
 XmlDoc parseXml(const std::string& document, std::size_t maxBytes) {
     setUpXmlLibraries();
-    const XmlMessages messages; // what is wrong with it is of no use to anybody here
+    const XmlMessages messages; // drops libxml2's messages: the caller doesn't need them
     try {
         return readXml(document, maxBytes);
     } catch (const util::Exception&) {

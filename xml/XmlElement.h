@@ -11,14 +11,16 @@
 namespace xml {
 
 /**
- * Parses what another program sent, and says nothing of what is wrong with it.
- * @param maxBytes up to INT_MAX
- * @throws util::Exception for what is no XML document, has a DTD or is larger
+ * Parses a document from another program. Logs nothing and gives no details when parsing fails.
+ * @param maxBytes at most INT_MAX
+ * @throws util::Exception when the document is not well-formed, has a DTD or is larger than `maxBytes`
  */
 [[nodiscard]] XmlDoc parseXml(const std::string& document, std::size_t maxBytes);
 
-/** An element of a document, which has to live longer, or none. Its relatives are found by their names in its
- * own namespace, whatever the prefixes are. Immutable. */
+/**
+ * A view of one element of a document, or of none. The document must outlive it. child() and children(name)
+ * search in this element's own namespace; prefixes don't matter. Immutable.
+ */
 class XmlElement {
 public:
     XmlElement() = default;
@@ -27,27 +29,27 @@ public:
 
     [[nodiscard]] explicit operator bool() const noexcept { return node_ != nullptr; }
 
-    /** Without its prefix; empty where there is no element. */
+    /** The name without its prefix; empty without an element. */
     [[nodiscard]] std::string_view name() const noexcept;
 
-    /** By name; nothing is said of the namespace. */
+    /** Compares only the name, not the namespace. */
     [[nodiscard]] bool is(std::string_view name) const noexcept;
     [[nodiscard]] std::string_view nameSpace() const noexcept;
 
-    /** The first child of that name; none where there is none, or no element here. */
+    /** The first child of that name; none if there is no such child or no element here. */
     [[nodiscard]] XmlElement child(std::string_view name) const noexcept;
     [[nodiscard]] std::vector<XmlElement> children(std::string_view name) const;
 
-    /** Of any name and namespace. */
+    /** All child elements, whatever their names and namespaces. */
     [[nodiscard]] std::vector<XmlElement> children() const;
 
-    /** Of the element and all below. */
+    /** The text of the element and all its descendants. */
     [[nodiscard]] std::string text() const;
 
-    /** What stands beside its children, in one. */
+    /** The element's own text without that of its children, joined. */
     [[nodiscard]] std::string ownText() const;
 
-    /** Of an attribute without a namespace; empty where there is none. */
+    /** The value of an attribute without a namespace; empty if there is none. */
     [[nodiscard]] std::string attribute(const char* name) const;
 
 private:

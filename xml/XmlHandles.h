@@ -10,7 +10,7 @@
 
 namespace xml {
 
-/** Releases what libxml2 or libxslt gave out with the function that belongs to it. */
+/** Releases an object of libxml2 or libxslt with the library's own function. */
 template <auto Release>
 struct XmlDeleter {
     template <typename T>
@@ -19,7 +19,7 @@ struct XmlDeleter {
     }
 };
 
-/** xmlFree is a variable and can't be a template argument. */
+/** Needed because xmlFree is a variable and so can't be a template argument. */
 struct XmlTextDeleter {
     void operator()(xmlChar* text) const noexcept { xmlFree(text); }
 };

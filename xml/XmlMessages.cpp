@@ -25,11 +25,11 @@ const char* fileName(const char* url) noexcept {
 }
 
 void format(Message& message, const char* pattern, std::va_list arguments) noexcept {
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the callers have started it
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the callers call va_start()
     if (std::vsnprintf(message.data(), message.size(), pattern, arguments) < 0) message.front() = '\0';
 }
 
-// NOLINTNEXTLINE(cert-dcl50-cpp): the signature that libxslt calls
+// NOLINTNEXTLINE(cert-dcl50-cpp): libxslt requires this signature
 void passOn(void*, const char* pattern, ...) noexcept {
     Message message{};
     std::va_list arguments; // NOLINT(cppcoreguidelines-init-variables)
@@ -75,7 +75,7 @@ void XmlMessages::onError(void* self, xmlErrorPtr error) noexcept {
     static_cast<XmlMessages*>(self)->add(error->message);
 }
 
-// NOLINTNEXTLINE(cert-dcl50-cpp): the signature that libxml2 calls
+// NOLINTNEXTLINE(cert-dcl50-cpp): libxml2 requires this signature
 void XmlMessages::onText(void* self, const char* pattern, ...) noexcept {
     Message message{};
     std::va_list arguments; // NOLINT(cppcoreguidelines-init-variables)
@@ -89,7 +89,7 @@ void XmlMessages::add(std::string_view text) noexcept {
     try {
         text_ += text.substr(0, maxTextBytes - text_.size());
     } catch (const std::exception&) {
-        return; // out of memory: the message is lost, the failure itself is not
+        return; // out of memory: the message is lost, but the failure is still reported
     }
 }
 

@@ -9,9 +9,9 @@
 namespace xml {
 
 /**
- * While it lives it catches what libxml2 and libxslt have to say on this thread, which would go to standard
- * error piece by piece otherwise; afterwards the functions that were there before are back. Neither copied
- * nor moved.
+ * Collects the messages of libxml2 and libxslt on this thread during its lifetime. Without it, the libraries
+ * print them to standard error in pieces. The destructor restores the previous handlers. Not copyable or
+ * movable.
  */
 class XmlMessages {
 public:
@@ -20,11 +20,13 @@ public:
     XmlMessages& operator=(const XmlMessages&) = delete;
     ~XmlMessages();
 
-    /** Lets libxslt, which knows only one function per process, speak to the one that libxml2 keeps per
-     * thread. */
+    /**
+     * Forwards libxslt's messages to libxml2's handler. libxslt has one handler per process, libxml2 has one
+     * per thread.
+     */
     static void joinXslt() noexcept;
 
-    /** What was said first, as one line and cut where it gets long; empty when nothing was said. */
+    /** The messages as one line, cut after about 400 bytes; empty when there were none. */
     [[nodiscard]] std::string line() const;
 
 private:

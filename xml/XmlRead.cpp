@@ -26,7 +26,7 @@ XmlDoc readXml(const std::string& document, std::size_t maxBytes) {
                                     nullptr, XML_PARSE_NONET));
     if (reader->errNo == XML_ERR_USER_STOP) throw util::Exception("It has a document type declaration.");
     if (!parsed) throw util::Exception("It is not well-formed.");
-    // For libxml2 a document ends at a zero byte, whatever follows.
+    // libxml2 stops at a zero byte and ignores the rest.
     if (reader->input == nullptr || reader->input->cur != reader->input->end)
         throw util::Exception("Something follows its end.");
     return parsed;

@@ -21,7 +21,7 @@ namespace {
 
 xmlParserInputPtr refuseEntity(const char*, const char*, xmlParserCtxtPtr) noexcept { return nullptr; }
 
-/** The files of the stylesheet for which libxslt loads something; null when it is none of ours. */
+/** The StylesheetFiles of the transform that libxslt loads a file for; null if xml::Stylesheet set none. */
 StylesheetFiles* filesOf(void* context, xsltLoadType type) noexcept {
     if (context == nullptr) return nullptr;
     if (type == XSLT_LOAD_DOCUMENT) {
@@ -33,8 +33,10 @@ StylesheetFiles* filesOf(void* context, xsltLoadType type) noexcept {
     return static_cast<StylesheetFiles*>(style->_private);
 }
 
-/** A refusal is an error of the transform: an empty document in the place of the file would be a wrong
- * result. */
+/**
+ * Makes a refused file an error of the transform. libxslt would otherwise go on with an empty document and
+ * give a wrong result.
+ */
 void report(const xmlChar* uri, const char* reason, void* context, xsltLoadType type) noexcept {
     auto* transform = type == XSLT_LOAD_DOCUMENT ? static_cast<xsltTransformContextPtr>(context) : nullptr;
     auto* style = type == XSLT_LOAD_DOCUMENT ? nullptr : static_cast<xsltStylesheetPtr>(context);
@@ -51,9 +53,9 @@ xmlDocPtr load(const xmlChar* uri, xmlDictPtr dict, int, void* context, xsltLoad
     }
 }
 
-/** Reading files is left to load(), which knows the folder. */
+/** Forbids everything except reading files: load() checks that, because it knows the folder. */
 void forbidTheRest() {
-    xsltSecurityPrefsPtr preferences = xsltNewSecurityPrefs(); // libxslt's to the end of the process
+    xsltSecurityPrefsPtr preferences = xsltNewSecurityPrefs(); // never freed: libxslt keeps using it
     if (preferences == nullptr) throw std::bad_alloc();
     for (const xsltSecurityOption option : {XSLT_SECPREF_WRITE_FILE, XSLT_SECPREF_CREATE_DIRECTORY,
                                             XSLT_SECPREF_READ_NETWORK, XSLT_SECPREF_WRITE_NETWORK}) {
@@ -65,7 +67,7 @@ void forbidTheRest() {
 } // namespace
 
 void setUpXmlLibraries() {
-    // The libraries keep these settings per process, so that there is one of this as well.
+    // One flag per process, because the libraries keep these settings per process.
     static std::once_flag once;
     std::call_once(once, [] {
         XsltAllowance::install();

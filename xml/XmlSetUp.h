@@ -4,8 +4,9 @@
 namespace xml {
 
 /**
- * Sets up libxml2 and libxslt for the whole process, the first time that it is called: no external entities,
- * no network, no files but those that StylesheetFiles gives out, nothing written. Thread-safe.
+ * Sets up libxml2 and libxslt for the whole process; only the first call has an effect. From then on
+ * they use no external entities and no network, write nothing, and read files only by StylesheetFiles.
+ * Thread-safe.
  */
 void setUpXmlLibraries();
 

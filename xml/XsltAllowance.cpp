@@ -16,15 +16,16 @@ constexpr std::size_t mebibyte = std::size_t{1024} * 1024;
 
 constexpr std::size_t maxHeldBytes = 256 * mebibyte;
 
-// libxslt looks at its limits between instructions only, and one of them can ask for far more than is left.
+// A hard limit within one instruction. Exceeding maxHeldBytes only stops the transform before its next
+// instruction, but a single instruction can ask for far more memory than is left.
 constexpr std::size_t maxHeldBytesAtOnce = 2 * maxHeldBytes;
 
-// With all that was freed in between: bounds the time that goes into copying long texts. Short ones are still
-// granted after that, because libxml2 may crash where it gets no memory for the small things it works with.
+// Counts freed memory, too, and so limits the time spent on copying long texts. Above this limit, blocks of
+// up to maxShortBytes are still granted: libxml2 may crash when it gets no memory for its small objects.
 constexpr std::size_t maxAllocatedBytes = 2048 * mebibyte;
 constexpr std::size_t maxShortBytes = mebibyte / 16;
 
-// Copying a tree takes stack for every level of it, and a stylesheet can build trees of any depth.
+// libxml2 copies a tree recursively, and a stylesheet can build a tree of any depth.
 constexpr std::size_t maxStackBytes = 4 * mebibyte;
 
 std::uintptr_t stackPosition() noexcept {
@@ -33,8 +34,8 @@ std::uintptr_t stackPosition() noexcept {
 
 } // namespace
 
-// libxml2 has one allocator for the whole process and tells it no more than a size: only by the thread can
-// the allowance be found.
+// libxml2 has one allocator per process and passes it nothing but a size. So the thread is the only way to
+// find the allowance.
 thread_local XsltAllowance* XsltAllowance::current = nullptr;
 
 XsltAllowance::XsltAllowance() noexcept : stackStart_(stackPosition()) { current = this; }
@@ -84,7 +85,7 @@ void XsltAllowance::count(std::size_t before, std::size_t after) noexcept {
         heldBytes_ += after - before;
         allocatedBytes_ += after - before;
     } else {
-        heldBytes_ -= std::min(before - after, heldBytes_); // some of it was there before the allowance
+        heldBytes_ -= std::min(before - after, heldBytes_); // some freed blocks are older than the allowance
     }
     if (heldBytes_ > maxHeldBytes || allocatedBytes_ > maxAllocatedBytes) stop();
 }

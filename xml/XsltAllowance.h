@@ -9,9 +9,9 @@
 namespace xml {
 
 /**
- * What one stylesheet may use of memory and stack, from the allowance's creation to its end, on the thread
- * that made it. libxslt counts instructions only, and forty of them are enough to double a text to a
- * terabyte. At most one a thread.
+ * Limits the memory and stack that one stylesheet uses. libxslt itself limits only the number of
+ * instructions, and forty instructions can double a text to a terabyte. Applies during its lifetime to the
+ * thread that created it. A thread has at most one.
  */
 class XsltAllowance {
 public:
@@ -20,13 +20,13 @@ public:
     XsltAllowance& operator=(const XsltAllowance&) = delete;
     ~XsltAllowance();
 
-    /** Lets all memory of libxml2 be counted from now on, in the whole process. */
+    /** Makes libxml2 use the counting allocator, for the whole process. */
     static void install() noexcept;
 
-    /** Ends the instructions of `transform`, too, when the allowance is used up; null: no longer. */
+    /** Stops `transform` before its next instruction when a limit is exceeded. Null ends that. */
     void watch(xsltTransformContextPtr transform) noexcept { transform_ = transform; }
 
-    /** True once more was asked for than is allowed: the result is worth nothing. */
+    /** Whether a limit has been exceeded. If so, the result may be wrong. */
     [[nodiscard]] bool exceeded() const noexcept { return exceeded_; }
 
 private:

@@ -24,25 +24,25 @@ constexpr const char* answer = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\
                                "  <Error code=\"0\">OK</Error>\n"
                                "</Upload>\n";
 
-/** A stylesheet with `content` at the top. */
+/** A stylesheet with `content` at its top level. */
 inline std::string stylesheet(std::string_view content) {
     return "<xsl:stylesheet version=\"1.0\" xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\"\n"
            " xmlns:x=\"http://xmlsoft.org/XSLT/namespace\" extension-element-prefixes=\"x\">\n" +
            std::string(content) + "\n</xsl:stylesheet>\n";
 }
 
-/** A stylesheet that makes `content` of any document, whatever is in it. */
+/** A stylesheet that turns any document into `content`. */
 inline std::string making(std::string_view content) {
     return stylesheet("<xsl:output method='text'/>\n<xsl:template match='/'>" + std::string(content) +
                       "</xsl:template>");
 }
 
-/** A stylesheet that makes the value of `xpath`, as text. */
+/** A stylesheet that prints the value of `xpath` in square brackets. */
 inline std::string printing(std::string_view xpath) {
     return making("[<xsl:value-of select=\"" + std::string(xpath) + "\"/>]");
 }
 
-/** A folder of stylesheets, which the parser knows as its only one. */
+/** Provides a folder of stylesheets, the only one that the parser searches. */
 class Stylesheets : public testing::Test {
 protected:
     void SetUp() override {
@@ -59,7 +59,7 @@ protected:
         return folder() / name;
     }
 
-    /** The result of the stylesheet `name` for the answer; what went to standard error is in `said`. */
+    /** Applies the stylesheet `name` to `answer`. Stores the standard error output in `said`. */
     std::string transform(const std::string& name) {
         util::XMLParser parser;
         EXPECT_TRUE(parser.parse(answer));

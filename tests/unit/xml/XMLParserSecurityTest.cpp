@@ -38,14 +38,14 @@ std::string repeated(std::string_view text, int times) {
     return result;
 }
 
-/** The most memory that this process ever had. */
+/** The process's highest memory use so far. */
 long peakMebibytes() {
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss / 1024;
 }
 
-/** A port of this machine on which nobody is to call. */
+/** Listens on a local port to which nobody must connect. */
 class Listener {
 public:
     Listener() : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
@@ -78,7 +78,9 @@ private:
 
 class HostileStylesheet : public tests::Stylesheets {
 protected:
-    /** The stylesheet `name` gives nothing, says why in one line with `reason` in it, and the next one works.
+    /**
+     * Expects that the stylesheet `name` gives no result and logs one line that contains `reason`, and that
+     * the next stylesheet works.
      */
     void expectRefused(const std::string& name, std::string_view reason = "") {
         EXPECT_EQ(transform(name), "") << name;
@@ -114,7 +116,7 @@ protected:
     }
 };
 
-/** Ten entities, each of them ten times the one before. */
+/** Ten entities; each one repeats the one before ten times. */
 std::string laughs() {
     std::string declarations = "<!ENTITY l0 'ha'>";
     for (int i = 1; i < 10; ++i)
@@ -123,7 +125,7 @@ std::string laughs() {
     return declarations;
 }
 
-/** A template that nests 240 elements for each of `levels` calls of itself. */
+/** A template that calls itself `levels` times and nests 240 elements in each call. */
 std::string deepTree(int levels, const std::string& use) {
     return stylesheet(
         "<xsl:template match='/'><xsl:variable name='tree'><xsl:call-template name='deep'><xsl:with-param "
@@ -135,7 +137,7 @@ std::string deepTree(int levels, const std::string& use) {
         repeated("</q>", 240) + "</xsl:template>");
 }
 
-/** Calls itself forty times, each time with twice of what it was called with. */
+/** A template that calls itself forty times and doubles its argument each time, by means of `twice`. */
 std::string doubling(const std::string& twice) {
     return stylesheet(
         "<xsl:template match='/'><xsl:call-template name='d'><xsl:with-param name='s' select='//Album'/>"

@@ -10,7 +10,7 @@ namespace {
 using xml::parseXml;
 using xml::XmlElement;
 
-/** A document that lives as long as what is looked at of it. */
+/** Keeps the document alive together with its root element. */
 struct Tree {
     explicit Tree(const std::string& text)
         : document(parseXml(text, 10'000)), root(XmlElement::rootOf(*document)) {}
