@@ -8,16 +8,16 @@
 
 namespace util {
 
-/** Frees what the C allocator gave out. */
+/** Frees a block from the C allocator. */
 struct FreeDeleter {
     // NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
     void operator()(void* block) const noexcept { std::free(block); }
 };
 
 /**
- * A block of bytes from the C allocator, because that is what C libraries hand out and what the receiver of
- * an encoded image frees. Unlike a vector it does not clear megabytes that are about to be overwritten.
- * Move only; one thread at a time.
+ * Owns a block of bytes from the C allocator. C libraries return such blocks, and the caller of getRawPNG()
+ * frees its block with free(). Unlike a vector, a new Buffer is not zeroed, because its bytes are overwritten
+ * anyway. Move only. One thread at a time.
  */
 class Buffer {
 public:
@@ -38,7 +38,7 @@ public:
     [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
     [[nodiscard]] std::span<const std::byte> bytes() const noexcept { return {block_.get(), size_}; }
 
-    /** Gives the block away: the caller frees it. */
+    /** Releases ownership: the caller frees the block with free(). */
     [[nodiscard]] void* release() noexcept {
         size_ = 0;
         return block_.release();

@@ -13,12 +13,12 @@
 namespace util {
 
 /**
- * Reads numbers out of bytes that came from outside: a read beyond their end throws util::Exception. It views
- * the bytes and the subject, which must live as long. Immutable.
+ * Reads numbers from untrusted bytes. A read beyond their end throws util::Exception. The reader only views
+ * the bytes and the subject, so both must outlive it. Immutable.
  */
 class ByteReader {
 public:
-    /** @param subject what is read, as the sentences of its failures name it: "JPEG image" */
+    /** @param subject the name of the data in error sentences, for example "JPEG image" */
     ByteReader(std::span<const std::byte> bytes, std::string_view subject) noexcept
         : bytes_(bytes), subject_(subject) {}
 
@@ -34,7 +34,7 @@ public:
         return {bytes_.subspan(at, length), subject_};
     }
 
-    /** False also where fewer bytes are left than `text` has. */
+    /** False, too, if fewer bytes are left than `text` has. */
     [[nodiscard]] bool matches(std::size_t at, std::string_view text) const noexcept {
         return has(at, text.size()) &&
                std::ranges::equal(bytes_.subspan(at, text.size()), text,
@@ -43,7 +43,7 @@ public:
 
     [[nodiscard]] std::uint32_t byte(std::size_t at) const { return bigEndian(at, 1); }
 
-    /** A number of at most four bytes. */
+    /** @param length at most 4 */
     [[nodiscard]] std::uint32_t bigEndian(std::size_t at, std::size_t length) const {
         std::uint32_t value = 0;
         const std::span<const std::byte> digits = part(at, length).bytes();
@@ -52,7 +52,7 @@ public:
         return value;
     }
 
-    /** A number of at most four bytes. */
+    /** @param length at most 4 */
     [[nodiscard]] std::uint32_t littleEndian(std::size_t at, std::size_t length) const {
         std::uint32_t value = 0;
         for (std::size_t i = length; i-- > 0;)

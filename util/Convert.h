@@ -7,16 +7,16 @@
 
 namespace util {
 
-/** A text that is no whole number; what() is the text itself, because that is what the client gets to see. */
+/** Thrown for a text that is not a number. what() is the text itself: the client's answer shows it. */
 class BadConversion : public std::runtime_error {
 public:
     explicit BadConversion(const std::string& s) : std::runtime_error(s) {}
 };
 
 /**
- * Reads the number at the start of `s` into `x`; leading white space is skipped.
- * @param failIfLeftoverChars refuse anything behind the number, a single blank included
- * @throws BadConversion
+ * Reads the number at the start of `s` into `x`. Skips leading white space.
+ * @param failIfLeftoverChars refuse any character after the number, even a blank
+ * @throws BadConversion when `s` is refused
  */
 template <typename T>
 inline void convert(const std::string& s, T& x, bool failIfLeftoverChars = true) {

@@ -7,8 +7,9 @@
 namespace util {
 
 /**
- * The cover library's failure: one sentence that a person can act on, without paths, SQL or markup, because
- * it is sent to the client as it stands. Details belong on standard error (util/Log.h). Immutable.
+ * A failure of the cover library. The text is one sentence that a person can act on. It is sent to the client
+ * unchanged, so it must not contain paths, SQL or markup. Log details to standard error (util/Log.h).
+ * Immutable.
  */
 class Exception : public std::exception {
 public:

@@ -24,7 +24,7 @@ namespace {
     throw Exception(fmt::format("The file can't be {}: {}.", what, std::generic_category().message(errno)));
 }
 
-/** Reads up to `target.size()` bytes. @return how many there were */
+/** Reads up to `target.size()` bytes. @return how many it read; fewer at the end of the file */
 std::size_t readUpTo(int fd, std::span<std::byte> target) {
     std::size_t done = 0;
     while (done < target.size()) {
@@ -44,7 +44,7 @@ void writeAll(int fd, std::span<const std::byte> bytes) {
     }
 }
 
-/** A new file of a name that nobody else has, removed at the end unless it has been renamed. */
+/** A new file with a random name. The destructor removes it unless it has been renamed. */
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::filesystem::path& folder)

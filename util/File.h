@@ -10,18 +10,18 @@
 namespace util {
 
 /**
- * The whole of a regular file; anything else, a FIFO say, is refused and not waited for.
- * @throws util::Exception when it can't be read or has more than `maxBytes`
+ * Reads a whole regular file. Refuses any other kind, and never waits for data, for example on a FIFO.
+ * @throws util::Exception when the file is not regular, can't be read or is larger than `maxBytes`
  */
 [[nodiscard]] Buffer readFile(const char* path, std::size_t maxBytes);
 
-/** How the names of unfinished files begin: what a killed writer left behind is known by it. */
+/** The names of unfinished files start with this, so that files left by a killed writer can be found. */
 inline constexpr std::string_view temporaryPrefix = ".sleevery-";
 
 /**
- * Writes `bytes` to disk beside `path` and renames that file to `path`, so that there is the old file or the
- * whole new one at any moment.
- * @throws util::Exception when that fails; the old file is still there, then, and no part of the new one
+ * Replaces the file `path` atomically: writes `bytes` to a new file beside it, syncs that to disk and renames
+ * it to `path`.
+ * @throws util::Exception when that fails; the old file is then unchanged and the new one removed
  */
 void replaceFile(const char* path, std::span<const std::byte> bytes);
 

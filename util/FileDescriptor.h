@@ -7,7 +7,7 @@
 
 namespace util {
 
-/** Owns an open descriptor, or none (-1). Move only. */
+/** Owns an open file descriptor and closes it; -1 means none. Move only. */
 class FileDescriptor {
 public:
     explicit FileDescriptor(int descriptor = -1) noexcept : descriptor_(descriptor) {}

@@ -1,4 +1,4 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "image/Image.h" // IWYU pragma: export; where the responder looks for it
+#include "image/Image.h" // IWYU pragma: export; the responder includes this path

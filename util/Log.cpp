@@ -10,18 +10,18 @@ namespace {
 
 constexpr std::size_t maxLineBytes = 2000;
 
-/** A character as it stands at the front of a text. */
+/** The first character of a text. */
 struct Character {
     char32_t code;
-    std::size_t length; // 0 where the bytes are not UTF-8
+    std::size_t length; // in bytes; 0 if they are not valid UTF-8
 };
 
-/** The kind of UTF-8 sequence that a first byte announces. */
+/** One kind of UTF-8 sequence, recognised by its first byte. */
 struct SequenceKind {
     unsigned char mask;
     unsigned char lead;
     std::size_t length;
-    char32_t least; // a smaller code is an overlong form
+    char32_t least; // a smaller code would be an overlong form
 };
 
 constexpr std::array<SequenceKind, 4> sequenceKinds{
@@ -44,8 +44,7 @@ Character firstCharacter(std::string_view text) {
     return {0, 0};
 }
 
-/** True for what a terminal would act on: control characters, line ends, and what turns the reading
- * direction. */
+/** Whether a terminal acts on the character: controls, line ends and changes of the reading direction. */
 bool isControl(char32_t code) {
     return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x2028 || code == 0x2029 ||
            (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
@@ -81,7 +80,7 @@ void logLine(std::string_view message, std::string_view program) noexcept {
     try {
         const std::string line = std::string(program) + ": " + printable(message, maxLineBytes) + "\n";
         std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
-    } catch (...) { // nobody is left to be told
+    } catch (...) { // no other place to report to
         return;
     }
 }

@@ -7,13 +7,13 @@
 namespace util {
 
 /**
- * `text` as it may stand in a diagnostic line: control characters, line separators, what turns the reading
- * direction, and bytes that are not UTF-8 become \xNN. A result of more than `maxBytes` is cut between two
- * characters and goes on with "...". So no form value can forge a line or drive a terminal.
+ * `text` made safe for a log line, so that a form value can't forge a line or control a terminal. Control
+ * characters, line separators, characters that change the reading direction, and bytes that are not UTF-8
+ * become \xNN. A result longer than `maxBytes` is cut between two characters, and "..." is appended.
  */
 [[nodiscard]] std::string printable(std::string_view text, std::size_t maxBytes = 200);
 
-/** Writes the program, ": " and the message, made printable, as one line to standard error, in one piece. */
+/** Writes "program: message" as one line to standard error, in one write. The message is made printable(). */
 void logLine(std::string_view message, std::string_view program = "sleevery.fcgi") noexcept;
 
 } // namespace util

@@ -1,4 +1,4 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "xml/XMLParser.h" // IWYU pragma: export; where the responder looks for it
+#include "xml/XMLParser.h" // IWYU pragma: export; the responder includes this path

@@ -39,7 +39,7 @@ TEST(Printable, ShowsLineSeparatorsAsNumbers) {
     EXPECT_EQ(printable("\xE2\x80\xA8\xE2\x80\xA9"), R"(\xE2\x80\xA8\xE2\x80\xA9)");
 }
 
-/** U+2000 to U+207F; written as a literal, some of them would turn this very line around. */
+/** A character from U+2000 to U+207F. A literal of some of these would reverse this line in an editor. */
 std::string punctuation(unsigned int code) {
     return {'\xE2', static_cast<char>(0x80U | (code >> 6U & 0x3FU)),
             static_cast<char>(0x80U | (code & 0x3FU))};
@@ -58,9 +58,9 @@ TEST(Printable, ShowsWhatTurnsTheReadingDirectionAsNumbers) {
 TEST(Printable, ShowsEachByteThatIsNotUtf8AsANumber) {
     EXPECT_EQ(printable("Bj\xF6rk"), R"(Bj\xF6rk)");
     EXPECT_EQ(printable("\x80\xFF"), R"(\x80\xFF)");
-    EXPECT_EQ(printable("\xC3"), R"(\xC3)");           // cut off
-    EXPECT_EQ(printable("\xE2\x82"), R"(\xE2\x82)");   // cut off
-    EXPECT_EQ(printable("\xE2\x82x"), R"(\xE2\x82x)"); // broken off
+    EXPECT_EQ(printable("\xC3"), R"(\xC3)");           // truncated
+    EXPECT_EQ(printable("\xE2\x82"), R"(\xE2\x82)");   // truncated
+    EXPECT_EQ(printable("\xE2\x82x"), R"(\xE2\x82x)"); // truncated before "x"
     EXPECT_EQ(printable("\xC0\x8A"), R"(\xC0\x8A)");   // a line feed in overlong form
     EXPECT_EQ(printable("\xE0\x80\x8A"), R"(\xE0\x80\x8A)");
     EXPECT_EQ(printable("\xF0\x80\x80\x8A"), R"(\xF0\x80\x80\x8A)");
@@ -84,7 +84,7 @@ TEST(Printable, CutsBetweenCharacters) {
     EXPECT_EQ(printable("ab\n", 6), R"(ab\x0A)");
 }
 
-/** Standard error, led into a pipe that keeps apart what was written apart. */
+/** Redirects standard error to a pipe in packet mode, so that each write() can be read separately. */
 class CapturedError {
 public:
     CapturedError() {
@@ -101,7 +101,7 @@ public:
             ::close(fd);
     }
 
-    /** What the next write() wrote; empty when there was none. */
+    /** The text of the next write(); empty if there is none. */
     [[nodiscard]] std::string nextWrite() const {
         std::array<char, 4096> packet{};
         const ssize_t size = ::read(pipe_[0], packet.data(), packet.size());
