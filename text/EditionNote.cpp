@@ -19,7 +19,7 @@ constexpr std::array keyWords{
     "remastered"sv,  "remastering"sv, "remasters"sv, "stereo"sv,
 };
 
-/** These are in a note only beside a word that makes one: "(Gold)" is a name, "(Gold Edition)" isn't. */
+/** Words that need a key word to form a note: "(Gold)" is a name, "(Gold Edition)" is a note. */
 constexpr std::array fillWords{
     "a"sv,          "album"sv,     "and"sv,      "audio"sv,         "bit"sv,        "box"sv,
     "cds"sv,        "collector"sv, "complete"sv, "content"sv,       "definitive"sv, "digital"sv,
@@ -45,7 +45,7 @@ bool contains(const Words& words, std::string_view word) {
     return std::ranges::find(words, word) != words.end();
 }
 
-/** "2011", "40th". */
+/** For example "2011" or "40th". */
 bool isNumber(std::string_view word) {
     const std::size_t end = std::min(word.find_first_not_of(digits), word.size());
     const std::string_view ending = word.substr(end);
@@ -53,7 +53,7 @@ bool isNumber(std::string_view word) {
            (ending.empty() || contains(std::array{"st"sv, "nd"sv, "rd"sv, "th"sv, "bit"sv}, ending));
 }
 
-/** "2CD". */
+/** For example "2CD". */
 bool isDiscCount(std::string_view word) {
     const std::size_t end = std::min(word.find_first_not_of(digits), word.size());
     return end > 0 && isDiscWord(word.substr(end));

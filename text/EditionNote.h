@@ -6,20 +6,20 @@
 namespace text {
 
 /**
- * Judges whether some words, as in "2011 Remaster" or "Deluxe Edition, Disc 2", only tell an edition from the
- * others: each has to be a word that such notes are made of, and one of them one that makes a note. "Live",
- * "Acoustic", "Remix", "Part 2" and "Vol. 2" are names of other works and never part of one. One thread at a
- * time.
+ * Decides whether a group of words only names an edition, for example "2011 Remaster" or "Deluxe Edition,
+ * Disc 2". Every word must be a key word, such as "remaster", or a filler word, such as "super"; at least one
+ * must be a key word. "Live", "Acoustic", "Remix", "Part 2" and "Vol. 2" name different works, so they never
+ * belong to a note. One thread at a time.
  */
 class EditionNote {
 public:
-    /** `word` as it was found, in any case. */
+    /** Adds a word of the original text, in upper or lower case. */
     void add(std::string_view word);
 
-    /** Adds the words of a note inside this one. */
+    /** Adds the words of a group nested in this one. */
     void add(const EditionNote& inner);
 
-    /** Tells the note that one inside it was left out. */
+    /** Records that a note nested in this group was removed. That counts as a key word. */
     void addDropped() { key_ = true; }
 
     [[nodiscard]] bool isEdition() const { return key_ && !other_; }
@@ -35,10 +35,10 @@ private:
 /** "disc", "disk" or "cd". */
 [[nodiscard]] bool isDiscWord(std::string_view foldedWord);
 
-/** A disc's number: up to three digits, or "one" to "ten". */
+/** Up to three digits, or a word from "one" to "ten". */
 [[nodiscard]] bool isDiscNumber(std::string_view foldedWord);
 
-/** Both in one word, as in "CD2". */
+/** A disc word and a disc number in one word, for example "cd2". */
 [[nodiscard]] bool isNumberedDisc(std::string_view foldedWord);
 
 } // namespace text

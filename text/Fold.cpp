@@ -18,12 +18,12 @@ namespace text {
 
 namespace {
 
-/** Far above any name, and low enough that the longest expansion (elevenfold) fits ICU's 32-bit lengths. */
+/** Far longer than any name. After the largest expansion, elevenfold, it still fits ICU's 32-bit lengths. */
 constexpr std::size_t maxTextBytes = 64UL * 1024 * 1024;
 
 /**
- * Of more marks on one letter the rest is dropped: no language stacks as many (it is the bound of Unicode's
- * stream-safe format), and putting a longer run into canonical order takes quadratic time.
+ * The most marks that one letter keeps; the rest is dropped. Canonical ordering of a longer run would take
+ * quadratic time. No language needs more: Unicode's stream-safe format has the same limit.
  */
 constexpr int maxMarksInRow = 30;
 
@@ -34,7 +34,7 @@ struct Spelling {
     std::string_view written;
 };
 
-/** Letters that have no decomposition, written as those do who don't have them on their keyboard. */
+/** Letters without a decomposition, and their usual spelling on a keyboard that lacks them. */
 constexpr std::array<Spelling, 11> spellings{{{0x00DF, "ss"},  // ß
                                               {0x00E6, "ae"},  // æ
                                               {0x00F0, "d"},   // ð
@@ -47,11 +47,11 @@ constexpr std::array<Spelling, 11> spellings{{{0x00DF, "ss"},  // ß
                                               {0x0153, "oe"},  // œ
                                               {0x0167, "t"}}}; // ŧ
 
-/** What is typed for an apostrophe beside ' and `, and the Arabic tatweel, which only lengthens a line. */
+/** Characters used as an apostrophe, apart from ' and `; and the Arabic tatweel, which only adds width. */
 constexpr std::array<UChar32, 11> apostrophes{0x02B9, 0x02BB, 0x02BC, 0x02BD, 0x05F3, 0x0640,
                                               0x2018, 0x2019, 0x201B, 0x2032, 0xA78C};
 
-/** The scripts whose marks are left out in everyday writing or in foreign lands. */
+/** The scripts in which marks are optional: people omit them in everyday writing or abroad. */
 constexpr std::array<UScriptCode, 8> decoratedScripts{USCRIPT_COMMON, USCRIPT_INHERITED, USCRIPT_LATIN,
                                                       USCRIPT_GREEK,  USCRIPT_CYRILLIC,  USCRIPT_ARABIC,
                                                       USCRIPT_HEBREW, USCRIPT_SYRIAC};
@@ -61,7 +61,7 @@ void check(UErrorCode status) {
     throw util::Exception(std::string("Unicode's data can't be used: ") + u_errorName(status) + ".");
 }
 
-/** Whether `mark` may go: not where it makes another letter of `base`. */
+/** Whether `mark` can be removed. It can't if it turns `base` into a different letter. */
 bool decorates(UChar32 mark, UChar32 base) {
     const bool japaneseVoicing = mark == 0x3099 || mark == 0x309A;
     const bool cyrillicShortIOrU = mark == 0x0306 && (base == 0x0438 || base == 0x0443);
@@ -82,7 +82,10 @@ Kind asciiKind(UChar32 code) {
     return code == '.' ? Kind::FullStop : Kind::Symbol;
 }
 
-/** @param code case-folded  @param base the letter that a mark would stand on */
+/**
+ * @param code case-folded
+ * @param base the preceding letter, to which `code` belongs if it is a mark
+ */
 Kind kindOf(UChar32 code, UChar32 base) {
     if (code < 0x80) return asciiKind(code);
     if (std::ranges::find(apostrophes, code) != apostrophes.end()) return Kind::Apostrophe;
@@ -91,12 +94,12 @@ Kind kindOf(UChar32 code, UChar32 base) {
     if ((category & U_GC_M_MASK) != 0) return decorates(code, base) ? Kind::Decoration : Kind::Mark;
     if ((category & U_GC_N_MASK) != 0) return Kind::Number;
     if ((category & (U_GC_Z_MASK | U_GC_CC_MASK)) != 0) return Kind::Blank;
-    // What this ICU doesn't know yet, or only some font knows, is more likely a letter than nothing.
+    // Unassigned and private-use characters count as letters: newer Unicode versions may define them as such.
     const bool letter = (category & (U_GC_L_MASK | U_GC_CN_MASK | U_GC_CO_MASK)) != 0;
     return letter ? Kind::Letter : Kind::Symbol;
 }
 
-/** Puts the words together and decides what happens between them. */
+/** Builds the words from single characters and decides how adjacent words are joined. */
 class Words {
 public:
     void add(UChar32 code) {
@@ -117,7 +120,7 @@ public:
         }
     }
 
-    /** Whether there is more than "and"s for symbols. */
+    /** Whether the text has a letter, digit or mark; an "and" made from "&" or "+" doesn't count. */
     [[nodiscard]] bool named() const { return named_; }
 
     [[nodiscard]] std::string take() {
@@ -136,7 +139,7 @@ private:
         } else {
             appendCharacter(text_, static_cast<char32_t>(code));
         }
-        // A number is no initial: "1.5" must not become "15".
+        // Counts a digit as two letters, so that it is not an initial: "1.5" must not become "15".
         lettersInWord_ += kind == Kind::Letter ? 1 : 2;
         base_ = code;
         marksInRow_ = 0;
@@ -181,7 +184,7 @@ private:
     }
 
     std::string text_;
-    /** Where the blank stands that goes when the word at hand turns out to be one more initial. */
+    /** The position of the blank to remove if the current word is another initial; npos if there is none. */
     std::size_t joint_ = std::string::npos;
     UChar32 base_ = 0;
     int lettersInWord_ = 0;
@@ -192,7 +195,7 @@ private:
     bool named_ = false;
 };
 
-/** Puts together a name that has no words. */
+/** Builds a name that has no words. */
 class Symbols {
 public:
     void add(UChar32 code) {
@@ -219,8 +222,8 @@ private:
 };
 
 /**
- * Adds the characters of `utf8` to `sink`, each decomposed (NFKD) and its case folded. The marks of one
- * letter stay in the order in which they came.
+ * Passes the characters of `utf8` to `sink`, decomposed (NFKD) and with folded case. The marks of a letter
+ * keep their original order.
  */
 template <typename Sink>
 void addDecomposed(std::string_view utf8, Sink& sink) {
@@ -235,9 +238,9 @@ void addDecomposed(std::string_view utf8, Sink& sink) {
         if (code < 0x80) {
             sink.add(code >= 'A' && code <= 'Z' ? code + ('a' - 'A') : code);
         } else if (code == 0x00B4 || code == 0x1FFD) {
-            sink.add('\''); // an acute accent of its own, of which NFKD makes a blank with a mark
+            sink.add('\''); // a single acute accent; NFKD would make it a blank and a mark
         } else if (code == 0x2122 || nfkd->getDecomposition(code, parts) == 0) {
-            sink.add(u_foldCase(code, U_FOLD_CASE_DEFAULT)); // the trade mark sign is not the word "tm"
+            sink.add(u_foldCase(code, U_FOLD_CASE_DEFAULT)); // the trade mark sign must not become "tm"
         } else {
             for (std::int32_t i = 0; i < parts.length(); i = parts.moveIndex32(i, 1)) {
                 sink.add(u_foldCase(parts.char32At(i), U_FOLD_CASE_DEFAULT));

@@ -8,27 +8,28 @@
 namespace text {
 
 /**
- * The form in which names of artists, albums and titles are compared: words in small letters with one blank
- * between them, in UTF-8 and NFC. Folding what is folded changes nothing. `text` may be any bytes (toUtf8()
- * reads them).
+ * Folds a name of an artist, album or title into the form in which names are compared: lower-case words with
+ * one blank between them, in UTF-8 and NFC. Folding twice gives the same result as folding once. `text` may
+ * be any bytes; toUtf8() decodes them.
  *
- * - Compatibility forms (full width, ligatures) are resolved, case is folded, and marks that decorate a
- *   letter go. What only looks like a mark stays: Japanese voicing marks, the vowels of Indic scripts and
- *   Thai, the signs of Cyrillic "й", "ў", "ї". Letters that Unicode doesn't take apart but people do ("ø",
- *   "ł", "æ", "ı") lose their decoration, too.
- * - Apostrophes of any shape vanish ("Don't" is "Dont"); so does the full stop between initials, with or
- *   without a blank after it ("R.E.M." is "REM", "B. B." is "BB").
- * - "&" and "+" are the word "and". All other punctuation, symbols, controls and white space separate words.
- * - A name without any letter or digit ("!!!", "÷") keeps its symbols, and only its blanks are tidied; so it
- *   isn't empty, and two of them stay different. Nothing but white space gives an empty string.
+ * - Compatibility forms such as full width and ligatures are replaced by plain letters. Case is folded.
+ * - Accents and other decorations are removed. Marks that make a different letter stay: Japanese voicing
+ *   marks, the vowel signs of Indic scripts and Thai, and the marks of Cyrillic "й", "ў" and "ї". Letters
+ *   without a Unicode decomposition, such as "ø", "ł", "æ" and "ı", become plain letters, too.
+ * - Apostrophes of any shape are removed: "Don't" becomes "dont". The full stop between initials is removed,
+ *   and so is a blank after it: "R.E.M." becomes "rem", "B. B." becomes "bb".
+ * - "&" and "+" become the word "and". All other punctuation, symbols, controls and white space separate
+ *   words.
+ * - A name without letters and digits, such as "!!!" or "÷", keeps its symbols; only its blanks are tidied.
+ *   So it doesn't become empty, and two such names stay different. Only white space gives an empty string.
  *
- * What is stored in this form has to be folded anew when the rules here change.
+ * When these rules change, stored folded texts have to be folded again from their originals.
  *
- * @throws util::Exception for a text over 64 MiB
+ * @throws util::Exception when `text` is longer than 64 MiB
  */
 [[nodiscard]] std::string folded(std::string_view text);
 
-/** The words of a folded text, that is, what stands between its blanks. */
+/** Splits a folded text at its blanks. */
 [[nodiscard]] std::vector<std::string> words(std::string_view foldedText);
 
 } // namespace text

@@ -21,7 +21,7 @@ constexpr std::string_view openers = "([{";
 constexpr std::string_view closers = ")]}";
 constexpr std::string_view brackets = "()[]{}";
 
-/** What makes no name by itself. A dash, a plus or "!!!" do. */
+/** Characters that can't form a name by themselves. Others can: "-", "+" and "!!!" are names. */
 constexpr std::string_view nameless = " \t\n\r\f\v()[]{},;:\"'";
 
 bool isOneOf(std::string_view set, char byte) { return set.find(byte) != std::string_view::npos; }
@@ -31,7 +31,7 @@ bool isLetterOrNumber(char byte) {
     return letter || (byte >= '0' && byte <= '9') || static_cast<unsigned char>(byte) >= 0x80;
 }
 
-/** The typographic apostrophe needs no mention: it is not ASCII. */
+/** Covers the typographic apostrophe, too: it is not ASCII, and all non-ASCII bytes count as letters. */
 bool isWordByte(char byte) { return isLetterOrNumber(byte) || byte == '\''; }
 
 std::size_t wordEnd(std::string_view text, std::size_t begin) {
@@ -40,7 +40,7 @@ std::size_t wordEnd(std::string_view text, std::size_t begin) {
         text.begin());
 }
 
-/** Where the word begins that ends at `end`; `end` when there is none. */
+/** The start of the word that ends at `end`; `end` if there is none. */
 std::size_t wordBegin(std::string_view text, std::size_t end) {
     while (end > 0 && isWordByte(text[end - 1]))
         --end;
@@ -61,20 +61,20 @@ bool isAnyOf(std::string_view word, std::initializer_list<std::string_view> cand
 
 bool isGuestWord(std::string_view word) { return isAnyOf(word, {"feat", "ft", "featuring"}); }
 
-/** The bytes of the dash at `position`: a hyphen, an en dash or an em dash. 0 when there is none. */
+/** The length in bytes of the dash at `position`: a hyphen, en dash or em dash. 0 if there is none. */
 std::size_t dashLength(std::string_view text, std::size_t position) {
     const std::string_view here = text.substr(position);
     if (here.starts_with('-')) return 1;
     return here.starts_with("–") || here.starts_with("—") ? "–"sv.size() : 0;
 }
 
-/** The length of the dash that `text` ends with. */
+/** The length in bytes of the dash at the end of `text`; 0 if there is none. */
 std::size_t lastDashLength(std::string_view text) {
     if (text.ends_with('-')) return 1;
     return text.ends_with("–") || text.ends_with("—") ? "–"sv.size() : 0;
 }
 
-/** A text that grows at its end and shrinks where something is left out. */
+/** The text that remains. Bytes are appended at its end, and parts are cut off there. */
 class Remainder {
 public:
     void append(char byte) {
@@ -91,14 +91,14 @@ public:
             append(byte);
     }
 
-    /** Leaves out what begins at `position`, and the blanks before it. */
+    /** Cuts off the text from `position` on and the blanks before it. */
     void cut(std::size_t position) {
         text_.resize(position);
         trimBlanks();
         seam_ = true;
     }
 
-    /** Leaves out commas, colons and dashes at the end. What the name begins with stays. */
+    /** Cuts off commas, colons, semicolons and dashes at the end, except the name's first character. */
     void trimSeparators() {
         trimBlanks();
         for (std::size_t length = separatorLength(); length > 0; length = separatorLength()) {
@@ -107,17 +107,17 @@ public:
         }
     }
 
-    /** Whether nothing has come since the last cut. */
+    /** Whether nothing was appended after the last cut. */
     [[nodiscard]] bool endsInSeam() const { return seam_; }
 
-    /** Whether the name has begun in front of `position`. */
+    /** Whether the name starts before `position`. */
     [[nodiscard]] bool isNamed(std::size_t position) const { return name_ < position; }
     [[nodiscard]] bool isNamed() const { return name_ != std::string::npos; }
     [[nodiscard]] std::size_t size() const { return text_.size(); }
     [[nodiscard]] std::string_view view() const { return text_; }
 
 private:
-    /** The length of a separator at the end, behind the name's first byte. */
+    /** The length of a separator at the end that is not the name's first byte; 0 if there is none. */
     [[nodiscard]] std::size_t separatorLength() const {
         if (!isNamed() || text_.size() <= name_ + 1) return 0;
         if (isOneOf(",;:", text_.back())) return 1;
@@ -137,14 +137,14 @@ private:
 /** A bracket that is still open. */
 struct Group {
     std::size_t begin = 0;
-    /** Whether a guest is announced: what follows is names. */
+    /** Whether a guest word has come. The words after it are names and don't belong to the note. */
     bool guest = false;
-    /** What stands before that. */
+    /** The words before the guest word. */
     EditionNote note;
     bool empty = true;
 };
 
-/** Groups nest on a stack of their own: a text may be nothing but brackets. */
+/** Removes bracketed groups. Uses its own stack, not recursion: a text can consist of brackets only. */
 class GroupFilter {
 public:
     Remainder operator()(std::string_view text) {
@@ -161,7 +161,7 @@ public:
             i = end;
         }
         while (!groups_.empty())
-            close(); // what was cut off, as old tags are
+            close(); // a missing closing bracket: old tag formats truncate names
         if (rest_.endsInSeam()) rest_.trimSeparators();
         return std::move(rest_);
     }
@@ -201,18 +201,18 @@ private:
     std::vector<Group> groups_;
 };
 
-/** Whether a guest's name begins at `end`, behind the word that announces one. */
+/** Whether a guest's name follows the guest word `word`, which ends at `end`. */
 bool announces(std::string_view word, std::string_view text, std::size_t end) {
     const bool stop = end < text.size() && text[end] == '.';
     const std::size_t guest = text.find_first_not_of(blanks, stop ? end + 1 : end);
     if (guest == std::string_view::npos || isOneOf(brackets, text[guest])) return false;
     if (stop) return !isAscii(word, "featuring");
-    // "Little Feat & Friends" and "Little Feat feat. Ann" have a band of that name.
+    // In "Little Feat & Friends" and "Little Feat feat. Ann", "Feat" belongs to the band's name.
     const std::string_view name = text.substr(guest, wordEnd(text, guest) - guest);
     return guest > end && !name.empty() && !isGuestWord(name) && !isAscii(word, "ft");
 }
 
-/** Whether what stands before rules a guest out: "6 ft. Under", "Live at Ft. Rock", "The Featuring". */
+/** Whether the text before `word` excludes a guest: "6 ft. Under", "Live at Ft. Rock", "The Featuring". */
 bool standsAlone(std::string_view word, std::string_view before) {
     const std::string_view text = before.substr(0, before.find_last_not_of(blanks) + 1);
     const std::string_view last = text.substr(wordBegin(text, text.size()));
@@ -243,7 +243,7 @@ Remainder withoutGuests(std::string_view text) {
     return rest;
 }
 
-/** Where the last dash between blanks is; npos when there is none. */
+/** The position of the last dash between blanks; npos if there is none. */
 std::size_t lastDash(std::string_view text) {
     for (std::size_t i = text.size(); i-- > 1;) {
         const std::size_t length = dashLength(text, i);
@@ -260,14 +260,14 @@ bool isEditionNote(std::string_view text) {
         if (isWordByte(text[i])) {
             note.add(text.substr(i, end - i));
         } else if (isOneOf(brackets, text[i])) {
-            return false; // a group that was not left out says something
+            return false; // this group was kept, so it is not an edition note
         }
         i = end;
     }
     return note.isEdition();
 }
 
-/** Cuts one note behind a dash. @return false when there is none */
+/** Cuts off one edition note after a dash. @return false if there is none */
 bool cutDashNote(Remainder& rest) {
     const std::string_view text = rest.view();
     const std::size_t dash = lastDash(text);
@@ -278,7 +278,7 @@ bool cutDashNote(Remainder& rest) {
     return true;
 }
 
-/** Cuts one "disc 2". @return false when there is none */
+/** Cuts off one "disc 2". @return false if there is none */
 bool cutDisc(Remainder& rest) {
     const std::string_view text = rest.view().substr(0, rest.view().find_last_not_of(blanks) + 1);
     std::size_t begin = wordBegin(text, text.size());

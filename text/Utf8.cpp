@@ -9,7 +9,7 @@ namespace text {
 
 namespace {
 
-/** Windows-1252's 0x80 to 0x9F; every other byte is the Unicode character of the same number. */
+/** Windows-1252's characters 0x80 to 0x9F. Every other byte has the same number in Unicode. */
 constexpr std::array<char16_t, 32> windows1252{
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
@@ -17,7 +17,7 @@ constexpr std::array<char16_t, 32> windows1252{
 
 std::size_t lengthFromLead(unsigned char lead) noexcept {
     if (lead < 0x80) return 1;
-    if (lead < 0xC2) return 0; // a continuation, or the lead of an overlong form
+    if (lead < 0xC2) return 0; // a continuation byte, or the start of an overlong form
     if (lead < 0xE0) return 2;
     if (lead < 0xF0) return 3;
     return lead < 0xF5 ? 4 : 0;

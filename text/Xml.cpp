@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
-/** What stands for a well-formed character; `asIs` are its own bytes. */
+/** The escaped form of a character. @param asIs its unescaped UTF-8 bytes */
 std::string_view escaped(char32_t code, std::string_view asIs) {
     switch (code) {
     case '&':

@@ -7,11 +7,10 @@
 namespace text {
 
 /**
- * `utf8` as it has to be written between the tags of an element or between the double quotes of an attribute
- * in a UTF-8 document, so that a parser hands back the same text from both. Tab, line feed and carriage
- * return are written as character references, because parsers change them in attributes (and the last one
- * everywhere). Characters that XML 1.0 forbids are dropped; each byte that is not UTF-8 becomes U+FFFD, so
- * that the loss is seen.
+ * Escapes `utf8` for the content of an element or for a double-quoted attribute in a UTF-8 document. A parser
+ * reads the same text back from both. Tab, line feed and carriage return become character references: parsers
+ * change all three in attributes, and carriage returns everywhere. Characters that XML 1.0 forbids are
+ * dropped. Each byte that is not UTF-8 becomes U+FFFD, so that the loss is visible.
  */
 [[nodiscard]] std::string xmlEscaped(std::string_view utf8);
 

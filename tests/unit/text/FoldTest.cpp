@@ -193,7 +193,7 @@ TEST(Folded, TakesLettersItDoesNotKnowForLetters) {
     expectDifferent({{"a \uE000", "a"}, {"\U000E1000", "\U000E1001"}, {"\uF8FF", "\uF8FE"}});
 }
 
-/** Plain text is not decomposed; that must not show. */
+/** A text of ASCII only is not normalised. The result must be the same as beside other characters. */
 TEST(Folded, FoldsAsciiAloneAsBesideOtherText) {
     const auto check = [](const std::string& text) {
         const std::string alone = folded("x " + text + " x");
@@ -282,7 +282,7 @@ TEST(Folded, TakesAMegabyteOfAnything) {
     EXPECT_EQ(folded("x" + std::string(megabyte, ' ') + "y"), "x y");
 }
 
-/** Canonical ordering moves each mark back over the run before it. */
+/** Without the limit this would take quadratic time: canonical ordering moves each mark back over its run. */
 TEST(Folded, BoundsRunsOfMarks) {
     constexpr std::size_t megabyte = 1 << 20;
     const std::string above = repeated("\u0301", megabyte);

@@ -205,7 +205,7 @@ TEST(WithoutStopWords, KeepsBytesThatAreNoText) {
 
 std::string megabyteOf(std::string_view part) { return repeated(part, megabyte); }
 
-/** Each would take minutes if any step looked at the rest of the text again and again. */
+/** Each text would take minutes if any step scanned the rest of the text repeatedly. */
 TEST(WithoutStopWords, TakesAMegabyteOfAnything) {
     const std::vector<std::string_view> parts{
         "(",     "x (",     "(remastered ", "feat. ", "at feat. ", " - mono", " - ",  " cd 1", "cd ",

@@ -37,7 +37,7 @@ TEST(ToUtf8, LeavesValidUtf8AsItIs) {
 
 TEST(IsUtf8, RefusesWhatIsNotWellFormed) {
     const std::vector<std::string> invalid{
-        "\x80",             // a continuation alone
+        "\x80",             // a single continuation byte
         "\xC0\x80",         // overlong NUL
         "\xC1\xBF",         // overlong in two bytes
         "\xE0\x9F\xBF",     // overlong in three
@@ -48,7 +48,7 @@ TEST(IsUtf8, RefusesWhatIsNotWellFormed) {
         "\xF5\x80\x80\x80",
         "\xFF",
         "\xFE",
-        "\xC3", // cut off
+        "\xC3", // truncated
         "\xE2\x82",
         "\xF0\x9F\x8E",
         "\xC3(",

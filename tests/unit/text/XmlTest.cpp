@@ -31,7 +31,7 @@ struct ReadBack {
     std::string content;
 };
 
-/** What a parser makes of `value` in both places. */
+/** Escapes `value`, and reads it back from an attribute and from content. */
 ReadBack readBack(const std::string& value) {
     const std::string escaped = xmlEscaped(value);
     const std::string source =
