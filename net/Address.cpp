@@ -28,7 +28,7 @@ constexpr std::array<Network, 10> notPublic{{
     {0xC0000000, 24}, // 192.0.0.0, protocol assignments
     {0xC0A80000, 16}, // 192.168.0.0, private
     {0xC6120000, 15}, // 198.18.0.0, benchmarks
-    {0xE0000000, 3},  // 224.0.0.0, multicast, and all that is reserved above it
+    {0xE0000000, 3},  // 224.0.0.0, multicast, and the reserved addresses above
 }};
 
 bool isPublicIpv4(std::uint32_t address) noexcept {
@@ -49,7 +49,7 @@ bool isPublicIpv6(std::span<const std::uint8_t, 16> bytes) noexcept {
     if (std::ranges::equal(front, mapped) || std::ranges::equal(front, translated))
         return isPublicIpv4(bytes.last<4>());
     if (bytes[0] == 0x20 && bytes[1] == 0x02) return isPublicIpv4(bytes.subspan<2, 4>()); // 2002::, 6to4
-    return (bytes[0] & 0xE0U) == 0x20; // 2000::/3 is all of the internet there is
+    return (bytes[0] & 0xE0U) == 0x20; // only 2000::/3 is public
 }
 
 struct UrlDeleter {

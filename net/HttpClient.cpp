@@ -10,11 +10,11 @@
 namespace net {
 namespace {
 
-// Below the time for which usual servers keep one, so that a request does not cross the end of its
-// connection.
+// Shorter than servers usually keep an idle connection, so that the server doesn't close it while a request
+// is on its way.
 constexpr long maxIdleSeconds = 3;
 
-/** For libcurl, which asks for the body piece by piece, once. */
+/** Called by libcurl to read the body piece by piece. The body can't be rewound. */
 std::size_t giveBody(char* to, std::size_t size, std::size_t count, void* rest) noexcept {
     auto& body = *static_cast<std::string_view*>(rest);
     const std::size_t bytes = std::min(size * count, body.size());
@@ -41,15 +41,15 @@ HttpAnswer HttpClient::post(const std::string& url, std::string_view contentType
     setOption(handle, CURLOPT_MAXAGE_CONN, maxIdleSeconds);
     setOption(handle, CURLOPT_POST, 1L);
     setOption(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-    // libcurl sends a request again when a kept connection turns out to be closed. It can't do so once it has
-    // taken from a body that can't be rewound: the server may have it already, and it is no GET. Where there
-    // is no body to take from, no kept connection is used.
+    // libcurl repeats a request when a kept connection turns out to be closed. A POST must not be repeated,
+    // because the server may have received it already. libcurl can't repeat a request after it has read from
+    // a body that can't be rewound. An empty body gives no such protection, so it gets a new connection.
     setOption(handle, CURLOPT_READFUNCTION, &giveBody);
     setOption(handle, CURLOPT_READDATA, &body);
     if (body.empty()) setOption(handle, CURLOPT_FRESH_CONNECT, 1L);
     const CURLcode code = curl_easy_perform(handle);
-    // A handle that could not rewind a body is replaced: from libcurl 8 on it would refuse every later one.
-    CurlHandle spent(nullptr, &curl_easy_cleanup); // which the transfer still refers to
+    // Since libcurl 8, a handle that failed to rewind a body refuses every later body, so it is replaced.
+    CurlHandle spent(nullptr, &curl_easy_cleanup); // outlives answer(), because the transfer uses it
     if (code == CURLE_SEND_FAIL_REWIND) spent = std::exchange(handle_, newCurlHandle());
     return transfer.answer(code);
 }

@@ -27,12 +27,12 @@ void check(CURLMcode code) {
         throw util::Exception(fmt::format("The network library fails: {}.", curl_multi_strerror(code)));
 }
 
-/** Scheme, host and port, as the address writes them. */
+/** Scheme, host and port of `url`, unchanged. */
 std::string serverOf(const std::string& url) {
     return url.substr(0, url.find_first_of("/?#", std::string_view("https://").size()));
 }
 
-/** A request on its way for as long as this lives. */
+/** A request in progress. The destructor aborts it. */
 class Running {
 public:
     Running(CURLM* multi, const HttpSettings& settings, const HttpRequest& request)
@@ -59,11 +59,11 @@ private:
 struct Fetch {
     HttpRequest request;
     HttpFetches::Done done;
-    std::unique_ptr<Running> running; // once it is its turn
+    std::unique_ptr<Running> running; // null until its turn comes
 };
 
 MultiHandle newMultiHandle() {
-    static_cast<void>(newCurlHandle()); // which sets libcurl up
+    static_cast<void>(newCurlHandle()); // sets libcurl up
     MultiHandle multi(curl_multi_init(), &curl_multi_cleanup);
     if (!multi) throw std::bad_alloc();
     check(curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(maxAtOnce)));
@@ -73,9 +73,9 @@ MultiHandle newMultiHandle() {
 } // namespace
 
 /**
- * Each request goes from `waiting` to `running` to `finished`, and its `done` is called from one place, while
- * nothing else looks at these lists. libcurl could hold requests back by itself, but those for a server that
- * is busy would keep the turn from others.
+ * Moves each request from `waiting_` to `running_` to `finished_`. Only tell() calls `done`; nothing else
+ * uses the lists at that time, so `done` may start new requests. libcurl has limits of its own, but there a
+ * request that waits for a busy server would block requests to other servers.
  */
 class HttpFetches::Queue {
 public:
@@ -105,7 +105,7 @@ private:
 
     HttpSettings settings_;
     MultiHandle multi_;
-    std::multimap<Clock::time_point, Fetch> waiting_; // by their begin
+    std::multimap<Clock::time_point, Fetch> waiting_; // by their earliest start
     std::list<Fetch> running_;
     std::vector<std::pair<Done, HttpOutcome>> finished_;
 };
@@ -185,7 +185,7 @@ void HttpFetches::Queue::finish(Fetch& fetch, HttpOutcome outcome) {
     finished_.emplace_back(std::move(fetch.done), std::move(outcome));
 }
 
-/** @return false when there was nothing to tell */
+/** Calls `done` for each finished request. @return false if there was none */
 bool HttpFetches::Queue::tell() {
     auto finished = std::exchange(finished_, {});
     for (auto& [done, outcome] : finished)
@@ -193,7 +193,10 @@ bool HttpFetches::Queue::tell() {
     return !finished.empty();
 }
 
-/** Until libcurl has something to do, or another request begins. Those that are due wait for their turn. */
+/**
+ * Waits until libcurl has something to do or another request becomes due. Requests that are due already
+ * wait for a free place, so their start times don't count.
+ */
 void HttpFetches::Queue::wait(Clock::time_point now, Clock::time_point deadline) {
     constexpr std::chrono::milliseconds atMost = std::chrono::minutes(1);
     const auto next = waiting_.upper_bound(now);

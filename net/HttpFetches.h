@@ -13,19 +13,19 @@ namespace net {
 
 struct HttpRequest {
     std::string url;
-    std::vector<std::string> headers; // "Name: value"; instead of an own one of the same name
+    std::vector<std::string> headers; // "Name: value"; replaces a default header of that name
 };
 
-/** What became of a request. */
+/** The result of a request: an answer or a failure. */
 struct HttpOutcome {
-    HttpAnswer answer;   // where there is one, whatever its status
-    std::string failure; // a sentence, where there is none
+    HttpAnswer answer;   // valid if `failure` is empty; may have any status
+    std::string failure; // an error sentence; empty on success
 };
 
 /**
- * Fetches side by side: at most 32 requests at once, and 4 of one server; others wait for their turn. The
- * limits of its settings hold for each request, from its turn on. It keeps connections for as long as it
- * lives. One thread at a time.
+ * Runs GET requests in parallel: at most 32 at once, and at most 4 to one server. Other requests wait. The
+ * settings' limits apply to each request from the moment when it is sent. Keeps its connections during its
+ * lifetime. One thread at a time.
  */
 class HttpFetches {
 public:
@@ -38,12 +38,16 @@ public:
     HttpFetches(const HttpFetches&) = delete;
     HttpFetches& operator=(const HttpFetches&) = delete;
 
-    /** GET, not before `begin`, once run() is called. `done` is called once, by run(), and may start more. */
+    /**
+     * Queues a GET. run() sends it, not before `begin`, and calls `done` exactly once.
+     * @param done may start further requests
+     */
     void start(HttpRequest request, Clock::time_point begin, Done done);
 
     /**
-     * Returns when all requests are done, at `deadline` at the latest: whatever isn't done by then fails,
-     * what would begin later at once. What a `done` throws ends it, and so do the requests.
+     * Sends the queued requests and returns when all are done, at the latest at `deadline`. Requests that are
+     * unfinished then fail; requests that would begin after `deadline` fail at once.
+     * @throws util::Exception when libcurl fails, and anything that a `done` throws. Drops all requests then
      */
     void run(Clock::time_point deadline);
 

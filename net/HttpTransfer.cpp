@@ -22,21 +22,21 @@ namespace net {
 namespace {
 
 constexpr long maxRedirects = 5;
-constexpr std::size_t maxHeaderBytes = std::size_t{256} * 1024; // of all answers on the way
-constexpr int tooLarge = 100; // CURLE_TOO_LARGE since libcurl 8.6: too many headers, or one that is too long
+constexpr std::size_t maxHeaderBytes = std::size_t{256} * 1024; // redirects included
+constexpr int tooLarge = 100; // CURLE_TOO_LARGE since libcurl 8.6: too many or too long headers
 
 /**
- * With the first handle, not with the process: the tables of the TLS library take more than 2 MiB, and most
- * processes never fetch anything.
+ * Called for the first handle instead of at process start: the TLS library's tables take more than 2 MiB, and
+ * most processes never fetch anything.
  */
 void setUpOnce() {
     static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT); // thread-safe since libcurl 7.84
     if (code != CURLE_OK) throw util::Exception("The network library can't be set up.");
-    // A TLS connection that the server has left would end the process at the next write.
+    // Otherwise SIGPIPE ends the process when it writes to a TLS connection that the server has closed.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 }
 
-/** libcurl would guess a scheme, and end the text at a NUL. */
+/** Needed because libcurl guesses a missing scheme and cuts the URL at a NUL. */
 void refuseOtherSchemes(const std::string& url) {
     const bool web =
         ::strncasecmp(url.c_str(), "http://", 7) == 0 || ::strncasecmp(url.c_str(), "https://", 8) == 0;
@@ -44,8 +44,7 @@ void refuseOtherSchemes(const std::string& url) {
     if (url.find('\0') != std::string::npos) throw util::Exception("The address is malformed.");
 }
 
-/** From the text of a header: a number of seconds, or a date. libcurl's own reading can't tell 0 from none.
- */
+/** Parses Retry-After, a number of seconds or a date. libcurl's own value is 0 for a missing header, too. */
 std::optional<std::chrono::seconds> pause(const char* text) {
     const std::string_view digits(text);
     std::int64_t seconds = 0;
@@ -62,7 +61,7 @@ std::optional<std::chrono::seconds> pause(const char* text) {
 
 std::optional<std::chrono::seconds> retryAfter(CURL* handle) {
     constexpr int lastAnswer = -1;
-    curl_header* header = nullptr; // libcurl's
+    curl_header* header = nullptr; // owned by libcurl
     const CURLHcode code = curl_easy_header(handle, "Retry-After", 0, CURLH_HEADER, lastAnswer, &header);
     return code == CURLHE_OK ? pause(header->value) : std::nullopt;
 }
@@ -83,7 +82,7 @@ HeaderList headerList(const std::vector<std::string>& headers) {
             throw util::Exception("A header of the request is malformed.");
         curl_slist* longer = curl_slist_append(list.get(), header.c_str());
         if (longer == nullptr) throw std::bad_alloc();
-        static_cast<void>(list.release()); // now a part of the longer one
+        static_cast<void>(list.release()); // now owned by `longer`
         list.reset(longer);
     }
     return list;
@@ -101,15 +100,15 @@ HttpTransfer::HttpTransfer(CURL* handle, const HttpSettings& settings, const std
 }
 
 void HttpTransfer::configure() {
-    curl_easy_reset(handle_);                                // of all but the connections
-    setOption(handle_, CURLOPT_PROTOCOLS_STR, "http,https"); // redirects included
+    curl_easy_reset(handle_);                                // keeps the connections
+    setOption(handle_, CURLOPT_PROTOCOLS_STR, "http,https"); // also for redirects
     setOption(handle_, CURLOPT_FOLLOWLOCATION, 1L);
     setOption(handle_, CURLOPT_MAXREDIRS, maxRedirects);
-    // The environment's proxy would see what is fetched, and hide whose address it is.
+    // No proxy from the environment: it would see all requests and hide the server's address from the check.
     setOption(handle_, CURLOPT_PROXY, "");
     setOption(handle_, CURLOPT_USERAGENT, "sleevery/" SLEEVERY_VERSION " ( " SLEEVERY_HOME_PAGE " )");
     setOption(handle_, CURLOPT_NOSIGNAL, 1L);
-    setOption(handle_, CURLOPT_QUICK_EXIT, 1L); // a time-out does not wait for the system's resolver
+    setOption(handle_, CURLOPT_QUICK_EXIT, 1L); // after a time-out, don't wait for the system's resolver
     setOption(handle_, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(settings_.connectTimeout.count()));
     setOption(handle_, CURLOPT_TIMEOUT_MS, static_cast<long>(settings_.totalTimeout.count()));
     setOption(handle_, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(settings_.maxBodyBytes));
@@ -131,7 +130,7 @@ HttpAnswer HttpTransfer::answer(CURLcode code) {
     if (code != CURLE_OK) throw util::Exception(sentence(code));
     if (!headersEnded_) throw util::Exception(brokenOff());
     long status = 0;
-    const char* contentType = nullptr; // libcurl's
+    const char* contentType = nullptr; // owned by libcurl
     curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &status);
     curl_easy_getinfo(handle_, CURLINFO_CONTENT_TYPE, &contentType);
     return {.status = static_cast<int>(status),
@@ -157,7 +156,7 @@ std::string HttpTransfer::sentence(CURLcode code) const {
     const auto of = [this](std::string_view rest) { return fmt::format("{}{}", settings_.peer, rest); };
     switch (static_cast<int>(code)) {
     case CURLE_UNSUPPORTED_PROTOCOL:
-    case CURLE_WEIRD_SERVER_REPLY: // over a kept connection, or a header that makes no sense
+    case CURLE_WEIRD_SERVER_REPLY: // not HTTP on a kept connection, or an invalid header
         return "The address leads to something other than a web server.";
     case CURLE_URL_MALFORMAT:
         return "The address, or one that it is redirected to, is malformed.";
@@ -179,7 +178,7 @@ std::string HttpTransfer::sentence(CURLcode code) const {
     case CURLE_GOT_NOTHING:
     case CURLE_RECV_ERROR:
     case CURLE_SEND_ERROR:
-    case CURLE_SEND_FAIL_REWIND: // of a body that can't be sent again
+    case CURLE_SEND_FAIL_REWIND: // the connection was lost, and the body can't be sent again
         return brokenOff();
     case CURLE_BAD_CONTENT_ENCODING:
         return of("'s answer can't be unpacked.");
@@ -192,7 +191,7 @@ std::string HttpTransfer::sentence(CURLcode code) const {
     }
 }
 
-/** Does `action` for libcurl. @return false when it throws; the exception is kept, then */
+/** Runs `action` inside a libcurl callback. If it throws, keeps the exception and returns false. */
 template <typename Action>
 bool HttpTransfer::succeeds(Action action) noexcept {
     try {
@@ -204,7 +203,7 @@ bool HttpTransfer::succeeds(Action action) noexcept {
     }
 }
 
-/** The bytes have been unpacked, and their number has no longer to do with what was announced. */
+/** Checks the size again: these bytes are decompressed and can be more than the announced length. */
 std::size_t HttpTransfer::takeBody(const char* data, std::size_t size, std::size_t count,
                                    void* self) noexcept {
     auto& transfer = *static_cast<HttpTransfer*>(self);
@@ -229,7 +228,7 @@ std::size_t HttpTransfer::takeHeader(const char* data, std::size_t size, std::si
     return taken ? line.size() : CURL_WRITEFUNC_ERROR;
 }
 
-/** The body of a redirect never reaches takeBody(), and is read all the same. */
+/** Limits the size of a redirect's body, too: libcurl reads that, but doesn't pass it to takeBody(). */
 int HttpTransfer::watch(void* self, curl_off_t /*announced*/, curl_off_t received, curl_off_t /*toSend*/,
                         curl_off_t /*sent*/) noexcept {
     auto& transfer = *static_cast<HttpTransfer*>(self);
@@ -240,7 +239,7 @@ int HttpTransfer::watch(void* self, curl_off_t /*announced*/, curl_off_t receive
     return goOn ? 0 : 1;
 }
 
-/** The one place where an address is known for certain: a name can lead elsewhere between check and use. */
+/** Checks the address where it is used: after an earlier check, the name could resolve to another one. */
 curl_socket_t HttpTransfer::openSocket(void* self, curlsocktype /*purpose*/,
                                        curl_sockaddr* address) noexcept {
     auto& transfer = *static_cast<HttpTransfer*>(self);

@@ -15,15 +15,15 @@
 
 namespace net {
 
-/** libcurl's handle of one transfer at a time. */
+/** A libcurl easy handle. It runs one transfer at a time. */
 using CurlHandle = std::unique_ptr<CURL, void (*)(CURL*)>;
 
-/** Sets libcurl up before the first. @throws util::Exception */
+/** The first call also sets libcurl up. @throws util::Exception */
 [[nodiscard]] CurlHandle newCurlHandle();
 
 using HeaderList = std::unique_ptr<curl_slist, void (*)(curl_slist*)>;
 
-/** For libcurl, from "Name: value"; "Name:" is for one that it is to leave out. @throws util::Exception */
+/** Converts "Name: value" lines for libcurl. "Name:" removes a default header. @throws util::Exception */
 [[nodiscard]] HeaderList headerList(const std::vector<std::string>& headers);
 
 template <typename Value>
@@ -33,19 +33,21 @@ void setOption(CURL* handle, CURLoption option, Value value) {
             fmt::format("The network library refuses a setting: {}.", curl_easy_strerror(code)));
 }
 
-/** That the server did not answer in time. */
+/** The error sentence for a time-out. */
 [[nodiscard]] std::string tooLate(const HttpSettings& settings);
 
 /**
- * One request on its way: what holds for every one of them, however libcurl is driven. Its callbacks write
- * here for as long as the handle transfers. What stops it is kept as an exception.
+ * One request in progress, with the settings and limits that are common to HttpClient and HttpFetches.
+ * libcurl's callbacks write to this object until the handle's transfer ends, so it must live that long. An
+ * exception in a callback stops the transfer and is kept for answer().
  */
 class HttpTransfer {
 public:
     /**
-     * Makes `handle` ready for a GET of `url`; of what it was set to before, nothing stays.
-     * @param settings must outlive this
-     * @throws util::Exception for what is no address of a web server
+     * Prepares `handle` for a GET of `url`. Resets all options that were set before.
+     * @param handle must live until answer() has returned
+     * @param settings must outlive this object
+     * @throws util::Exception when `url` is not an http or https address
      */
     HttpTransfer(CURL* handle, const HttpSettings& settings, const std::string& url);
     HttpTransfer(const HttpTransfer&) = delete;
@@ -53,8 +55,9 @@ public:
     ~HttpTransfer() = default;
 
     /**
-     * What the transfer came to, which libcurl ended with `code`; once.
-     * @throws util::Exception when there is no whole answer. Its sentence does not name the address
+     * Takes the answer after the transfer. Call it only once.
+     * @param code the transfer's result from libcurl
+     * @throws util::Exception when there is no complete answer. Its sentence doesn't name the address
      */
     [[nodiscard]] HttpAnswer answer(CURLcode code);
 
@@ -68,7 +71,7 @@ private:
     template <typename Action>
     bool succeeds(Action action) noexcept;
 
-    // For libcurl, whose last argument, or first, is the transfer.
+    // libcurl's callbacks; `self` is the HttpTransfer.
     static std::size_t takeBody(const char* data, std::size_t size, std::size_t count, void* self) noexcept;
     static std::size_t takeHeader(const char* data, std::size_t size, std::size_t count, void* self) noexcept;
     static int watch(void* self, curl_off_t announced, curl_off_t received, curl_off_t toSend,
@@ -79,7 +82,7 @@ private:
     const HttpSettings& settings_;
     std::string body_;
     std::size_t headerBytes_ = 0;
-    bool headersEnded_ = false; // by an empty line; libcurl takes a broken connection for an end, too
+    bool headersEnded_ = false; // by an empty line; libcurl also accepts a broken connection
     bool refusedAddress_ = false;
     std::exception_ptr failure_;
 };

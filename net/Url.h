@@ -7,8 +7,10 @@
 
 namespace net {
 
-/** `bytes` as the value in a URL's query or a segment of its path: all but letters, digits and "-._~" in
- * percent notation (RFC 3986). */
+/**
+ * Escapes `bytes` for a value in a URL's query or for a segment of its path. Everything except letters,
+ * digits and "-._~" becomes percent-encoded (RFC 3986).
+ */
 [[nodiscard]] std::string urlEncoded(std::string_view bytes);
 
 inline constexpr std::size_t maxWebAddressBytes = 2048;

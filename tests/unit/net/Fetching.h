@@ -12,12 +12,12 @@
 
 namespace tests {
 
-/** Time enough for whatever is to succeed. */
+/** A deadline that is late enough for requests that are expected to succeed. */
 inline net::HttpFetches::Clock::time_point soon() {
     return net::HttpFetches::Clock::now() + std::chrono::seconds(30);
 }
 
-/** Fetches `urls` side by side; what became of each, in their order. */
+/** Fetches `urls` in parallel. Returns the outcomes in the order of `urls`. */
 inline std::vector<net::HttpOutcome> fetchAll(net::HttpFetches& fetches, const std::vector<std::string>& urls,
                                               net::HttpFetches::Clock::time_point deadline = soon()) {
     std::vector<net::HttpOutcome> outcomes(urls.size());

@@ -19,7 +19,7 @@ using tests::LoopbackServer;
 
 const std::string picture("\x89PNG\r\n\0bytes", 12);
 
-/** The sentence with which a request fails; empty when it doesn't. */
+/** The error sentence of a request; empty when it succeeds. */
 std::string failure(const std::string& url, const net::HttpSettings& settings = {}) {
     try {
         net::HttpClient client(settings);
@@ -87,7 +87,7 @@ TEST(HttpClient, WorksAfterAFailure) {
     EXPECT_EQ(client.get(server.url("/good")).body, picture);
 }
 
-/** Redirects /N to /N-1, by a relative address, and answers /0. */
+/** Redirects /N to /N-1 by a relative address. Answers /0. */
 bool countDown(Client& client, const std::string& head) {
     const int number = std::stoi(tests::pathOf(head).substr(1));
     client.send(number == 0 ? httpAnswer(picture) : httpRedirect(fmt::format("/{}", number - 1)));
@@ -258,7 +258,7 @@ TEST(HttpClient, OpensNoConnectionToAPrivateAddressWhereThatIsDenied) {
     EXPECT_EQ(server.connections().size(), 0U);
 }
 
-/** Sets a variable of the environment for as long as it lives. */
+/** Sets an environment variable during its lifetime. */
 class Variable {
 public:
     Variable(const char* name, const std::string& value) : name_(name) {

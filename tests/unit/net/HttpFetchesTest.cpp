@@ -33,12 +33,12 @@ bool saysNothing(Client& client, const std::string&) {
     return false;
 }
 
-/** Whoever attends waits for the others. */
+/** A barrier: each caller of attend() waits until all seats are taken. */
 class Meeting {
 public:
     explicit Meeting(int seats) : missing_(seats) {}
 
-    /** @return false when the others did not come */
+    /** @return false when not all have come after 20 s */
     [[nodiscard]] bool attend() {
         std::unique_lock lock(mutex_);
         --missing_;
@@ -139,7 +139,7 @@ TEST(HttpFetches, RefusesAtOnceWhatWouldBeginAfterTheDeadline) {
 }
 
 TEST(HttpFetches, LeavesTheSlowAtTheDeadline) {
-    const tests::LoopbackSocket deaf; // refuses
+    const tests::LoopbackSocket deaf; // refuses connections
     LoopbackServer silent(saysNothing);
     LoopbackServer slow([](Client& client, const std::string&) {
         client.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nbegun");
@@ -258,7 +258,7 @@ TEST(HttpFetches, ForgetsWhatWasNeverRun) {
     EXPECT_EQ(server.connections().size(), 0U);
 }
 
-/** Starts `requests` that nobody answers, and stops once `meeting` is full. */
+/** Starts `requests` requests to each server, which never answer. Aborts them once `meeting` is full. */
 void fillUp(Meeting& meeting, const std::vector<LoopbackServer*>& servers, int requests) {
     net::HttpFetches fetches({});
     LoopbackServer full([&](Client& client, const std::string&) {

@@ -14,14 +14,14 @@ using tests::Client;
 using tests::httpAnswer;
 using tests::LoopbackServer;
 
-/** Answers every request with its own body and keeps the connection. */
+/** Answers each request with the request's own body and keeps the connection. */
 bool echo(Client& client, const std::string& head) {
     const std::string body = client.readBody(head);
     client.send(fmt::format("HTTP/1.1 200 OK\r\nContent-Length: {}\r\n\r\n{}", body.size(), body));
     return true;
 }
 
-/** The sentence with which a request fails; empty when it doesn't. */
+/** The error sentence of a request; empty when it succeeds. */
 std::string failure(net::HttpClient& client, const std::string& url, std::string_view body = "<Next/>") {
     try {
         (void)client.post(url, "text/xml", body);
@@ -42,7 +42,7 @@ TEST(HttpPost, SendsTheBodyAsItIs) {
     for (const std::string& body :
          {std::string("<Next/>"), std::string(), std::string("a\0\xFF\r\n", 5), std::string(3'000'000, 'x')})
         EXPECT_EQ(client.post(server.url("/api"), "text/xml", body).body, body) << body.size();
-    EXPECT_EQ(server.connections().size(), 2U); // one was opened for the empty body
+    EXPECT_EQ(server.connections().size(), 2U); // the empty body needs its own connection
 }
 
 TEST(HttpPost, SendsNoMoreHeadersThanItMust) {
@@ -73,7 +73,7 @@ TEST(HttpPost, IsNotWhatTheNextGetIs) {
     EXPECT_EQ(head.find("Content-"), std::string::npos) << head;
 }
 
-/** Answers, and closes the connection, of which its answer has said nothing. */
+/** Answers and then closes the connection without announcing that in the answer. */
 bool answerAndClose(Client& client, const std::string& head) {
     (void)echo(client, head);
     return false;
@@ -93,7 +93,7 @@ void isNotSentAgain(std::string_view body) {
     std::atomic<int> received = 0;
     LoopbackServer server([&](Client& client, const std::string& head) {
         if (++received != 2) return echo(client, head);
-        (void)client.readBody(head); // and goes without an answer
+        (void)client.readBody(head); // then closes the connection without an answer
         return false;
     });
     net::HttpClient client;
@@ -119,7 +119,7 @@ TEST(HttpPost, TellsWhatIsAWebServerNoLonger) {
     net::HttpClient client;
     EXPECT_EQ(failure(client, server.url("/")), "");
     EXPECT_EQ(failure(client, server.url("/")), "The address leads to something other than a web server.");
-    EXPECT_EQ(server.connections().size(), 1U); // a kept one
+    EXPECT_EQ(server.connections().size(), 1U); // the kept one was used again
 }
 
 TEST(HttpPost, FailsSoonAfterItIsCancelled) {

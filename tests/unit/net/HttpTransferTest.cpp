@@ -9,7 +9,7 @@
 #include <ctime>
 #include <optional>
 
-// What HttpClient's tests leave open: how a transfer reads what HttpFetches asks for.
+// Tests of HttpTransfer that need HttpFetches: HttpClient's tests don't cover them.
 
 namespace {
 

@@ -22,7 +22,7 @@
 
 namespace tests {
 
-/** A socket on a port of 127.0.0.1 that the system chooses; it refuses connections until it listens. */
+/** A socket bound to a free port of 127.0.0.1. It refuses connections until somebody calls listen() on it. */
 class LoopbackSocket {
 public:
     LoopbackSocket() : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -46,13 +46,13 @@ private:
     int port_ = 0;
 };
 
-/** What a handler of LoopbackServer talks to; it must not outlive the call. */
+/** A connected client, for a handler of LoopbackServer. It is valid only during the handler's call. */
 class Client {
 public:
-    /** @param end what a request's head ends with */
+    /** @param end the text that ends a request's head */
     Client(int socket, int stop, std::string_view end) : socket_(socket), stop_(stop), end_(end) {}
 
-    /** The head of the next request; empty when the client has gone, or the server is to stop. */
+    /** The head of the next request; empty when the client has disconnected or the server is stopping. */
     std::string readHead() {
         std::string head;
         std::array<char, 1> next{};
@@ -63,7 +63,7 @@ public:
         return head;
     }
 
-    /** What follows the head of a request that announces its length; shorter when the client has gone. */
+    /** The body of a request with a Content-Length; shorter when the client disconnects. */
     std::string readBody(const std::string& head) {
         constexpr std::string_view name = "\r\nContent-Length: ";
         const std::size_t announced = head.find(name);
@@ -76,7 +76,7 @@ public:
         return body;
     }
 
-    /** @return false when the client has gone */
+    /** @return false when the client has disconnected */
     [[nodiscard]] bool trySend(std::string_view text) const {
         while (!text.empty()) {
             const ssize_t sent = ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
@@ -92,7 +92,7 @@ public:
         }
     }
 
-    /** Says nothing until the client gives up. */
+    /** Sends nothing until the client gives up. */
     void keepWaiting() {
         while (!readHead().empty()) {
         }
@@ -109,16 +109,16 @@ private:
     std::string_view end_;
 };
 
-/** How a protocol begins, and how its requests end. */
+/** The server's greeting, and the text that ends a request. The default is HTTP. */
 struct Manners {
     std::string greeting;
     std::string requestEnd = "\r\n\r\n";
 };
 
 /**
- * A server on 127.0.0.1, of web pages unless it is told otherwise. The handler answers one request; what it
- * returns tells whether the connection stays open for the next one. Each connection has a thread of its own,
- * in which the handler is called.
+ * A server on 127.0.0.1; it speaks HTTP unless other manners are given. The handler answers one request and
+ * returns true to keep the connection for the next one. Each connection has its own thread, and the handler
+ * runs there.
  */
 class LoopbackServer {
 public:
@@ -139,7 +139,7 @@ public:
     [[nodiscard]] std::string url(std::string_view path) const { return socket_.url(path); }
     [[nodiscard]] int port() const { return socket_.port(); }
 
-    /** The heads of the requests so far, one list for each connection. */
+    /** The heads of all requests so far, one list per connection. */
     [[nodiscard]] std::vector<std::vector<std::string>> connections() {
         const std::lock_guard lock(mutex_);
         return connections_;
@@ -193,7 +193,7 @@ private:
     std::thread thread_;
 };
 
-/** An answer with its length, after which the server closes the connection. */
+/** An HTTP answer with its length, for a server that closes the connection afterwards. */
 inline std::string httpAnswer(std::string_view body, std::string_view status = "200 OK",
                               std::string_view headers = "Content-Type: image/png\r\n") {
     return fmt::format("HTTP/1.1 {}\r\n{}Content-Length: {}\r\nConnection: close\r\n\r\n{}", status, headers,

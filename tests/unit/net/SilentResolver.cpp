@@ -12,7 +12,7 @@ namespace {
 
 std::mutex mutex;
 std::condition_variable change;
-bool silent = false; // guarded by mutex, as is the next one
+bool silent = false; // guarded by `mutex`, like `asking`
 int asking = 0;
 
 int refuseLater() {

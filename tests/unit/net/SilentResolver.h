@@ -6,8 +6,8 @@
 namespace tests {
 
 /**
- * While one lives, the system's resolver does not answer for its name: the program's getaddrinfo() is
- * replaced. At the end the questions fail, and it waits until whoever asked has gone. One at a time.
+ * Replaces the program's getaddrinfo(). During its lifetime, look-ups of `name` get no answer. The destructor
+ * makes them fail and waits until their callers have returned. One at a time.
  */
 class SilentResolver {
 public:
@@ -18,7 +18,7 @@ public:
     SilentResolver& operator=(const SilentResolver&) = delete;
     ~SilentResolver();
 
-    /** Returns once somebody waits for an answer. */
+    /** Waits until somebody looks up `name`. */
     static void waitUntilAsked();
 };
 
