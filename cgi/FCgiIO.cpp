@@ -7,7 +7,7 @@
 
 namespace cgicc {
 
-// The std::ostream base is constructed before fOutBuf is, so it gets its buffer in the body.
+// The std::ostream base is constructed before fOutBuf, so the body sets its buffer.
 FCgiIO::FCgiIO(FCGX_Request& request)
     : std::ostream(nullptr), fRequest(request), fOutBuf(request.out), fErrBuf(request.err), fErr(&fErrBuf) {
     rdbuf(&fOutBuf);
@@ -19,8 +19,8 @@ FCgiIO::FCgiIO(FCGX_Request& request)
     }
 }
 
-// A fcgi_streambuf without a FastCGI stream dereferences null when it is written to; a stream that is
-// marked bad never gets as far.
+// A copy has no FastCGI stream. Writing to its fcgi_streambuf would dereference null, so both streams are
+// marked bad: a bad stream doesn't write.
 FCgiIO::FCgiIO(const FCgiIO& other)
     : std::basic_ios<char>(), // NOLINT(readability-redundant-member-init): g++ warns without it
       CgiInput(other), std::ostream(nullptr), fRequest(other.fRequest), fErr(&fErrBuf), fEnv(other.fEnv) {

@@ -11,23 +11,23 @@
 namespace cgicc {
 
 /**
- * One accepted FastCGI request: cgicc reads its variables and body here, and the handlers write the answer to
- * it. The request itself stays with the caller, who also finishes it. One thread.
+ * One accepted FastCGI request. cgicc reads the request's variables and body from it; the handlers write the
+ * answer to it. The caller owns the FCGX_Request, must keep it alive and finishes it. One thread.
  */
 class FCgiIO : public CgiInput, public std::ostream {
 public:
     /** @throws std::runtime_error "Illegally formed environment" for a variable without "=" */
     explicit FCgiIO(FCGX_Request& request);
 
-    /** The same variables; what is written to the copy reaches nobody. */
+    /** Copies the variables. Output written to the copy is lost. */
     FCgiIO(const FCgiIO& other);
     FCgiIO& operator=(const FCgiIO&) = delete;
     ~FCgiIO() override;
 
-    /** Reads up to `length` bytes of the body. @return how many; 0 at its end */
+    /** Reads up to `length` bytes of the body. @return how many it read; 0 at the end */
     std::size_t read(char* data, std::size_t length) override;
 
-    /** The variable's value; a name that isn't there becomes a variable with an empty one. */
+    /** The variable's value. An unknown name is added as a variable with an empty value. */
     std::string getenv(const char* varName) override;
 
     /** The stream to the web server's error log. */

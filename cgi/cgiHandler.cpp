@@ -25,13 +25,13 @@ constexpr TextField textFields[] = {
     {"url", &SongInfo::setImageUrl},
 };
 
-/** Empty when the document can't be parsed or the stylesheet gives nothing. */
+/** The result of the stylesheet; empty when `document` can't be parsed or there is no result. */
 std::string transformed(const std::string& document, const std::string& stylesheet) {
     util::XMLParser parser;
     return parser.parse(document) ? parser.transform(stylesheet.c_str()) : std::string();
 }
 
-/** A page that was made for XSL-FO is shown by a browser; whatever else a stylesheet writes is plain text. */
+/** HTML for a page that declares the XSL-FO namespace, plain text for any other result of a stylesheet. */
 const char* contentType(const std::string& result) {
     const bool declaresFormattingObjects =
         result.find("xmlns:fo=\"http://www.w3.org/1999/XSL/Format\"") != std::string::npos;

@@ -9,20 +9,21 @@
 
 #include <string>
 
-/** The process's cover cache. */
+/** The process's only cover cache. */
 extern CoverCache cache;
 
-/** The song that the form describes; logs it to standard error. */
+/** Makes a song from the form's fields and logs it to standard error. */
 SongInfo ExtractSongInfo(cgicc::Cgicc cgi);
 
 /**
- * Writes header and body of an XML answer, transformed by the stylesheet that the field "xslt" names. A
- * stylesheet that gives no result is passed over; an exception becomes status 500 and never escapes.
+ * Writes the header and body of an XML answer. If the form has a field "xslt", that stylesheet transforms
+ * `response` first; if it gives no result, `response` is sent unchanged. An exception becomes an answer
+ * with status 500 and doesn't escape.
  */
 void SendResponse(cgicc::Cgicc cgi, cgicc::FCgiIO& out, std::string response);
 
-// The services: each writes its whole answer, header and body. What they throw is the request loop's to
-// answer.
+// The services. Each writes its whole answer, header and body. If one throws, the request loop writes an
+// answer for the exception.
 int doService_Root(cgicc::FCgiIO& out);
 int doService_Show(cgicc::Cgicc cgi, cgicc::FCgiIO& out);
 int doService_ShowEmpty(cgicc::Cgicc cgi, cgicc::FCgiIO& out);

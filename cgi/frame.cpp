@@ -16,7 +16,7 @@ std::string formValue(const cgicc::Cgicc& cgi, const std::string& name) {
 
 void writeTestForm(cgicc::FCgiIO& out, std::string_view form) {
     out << cgicc::HTTPContentHeader("text/html") << std::endl;
-    out << "<html><body>" << form << "</body></html>" << std::endl; // the form element stays open
+    out << "<html><body>" << form << "</body></html>" << std::endl; // the form element is never closed
 }
 
 void writeSongBlock(std::ostream& xml, const SongInfo& song) {

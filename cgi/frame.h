@@ -10,24 +10,27 @@
 #include <string>
 #include <string_view>
 
-/** What the services' requests and answers have in common. */
+/** Helpers for the services' requests and answers. */
 namespace frame {
 
-/** The first line of the XML answers that a service builds itself. */
+/** The first line of an XML answer that a service builds itself. */
 inline constexpr std::string_view xmlDeclaration = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n";
 
-/** By the letter: "post" is no POST. */
+/** Compares the method case-sensitively: "post" is not POST. */
 [[nodiscard]] bool isPost(const cgicc::Cgicc& cgi);
 
-/** The first value of the form field `name`, upper or lower case; empty when there is none. */
+/** The first value of the form field `name` (case-insensitive); empty without that field. */
 [[nodiscard]] std::string formValue(const cgicc::Cgicc& cgi, const std::string& name);
 
-/** Writes the whole answer, a page around `form`: the form's opening tag and its inputs, all on one line. */
+/**
+ * Writes the whole answer, an HTML page with `form`.
+ * @param form the form's opening tag and its inputs, in one line
+ */
 void writeTestForm(cgicc::FCgiIO& out, std::string_view form);
 
 void writeSongBlock(std::ostream& xml, const SongInfo& song);
 
-/** Writes the outcome of a service; `text` goes out as it is. */
+/** Writes a service's result code and text. `text` is not escaped. */
 void writeError(std::ostream& xml, int code, std::string_view text);
 
 } // namespace frame

@@ -21,7 +21,7 @@ int doService_GuessAlbum(cgicc::Cgicc cgi, cgicc::FCgiIO& out) {
         return 0;
     }
     SongInfo si = ExtractSongInfo(cgi);
-    if (!si.isValid()) return 0; // answered by nothing at all
+    if (!si.isValid()) return 0; // sends no answer at all
     SendResponse(cgi, out, si.guessAlbumNames());
     return 0;
 }

@@ -36,7 +36,7 @@ void dispatch(const cgicc::Cgicc& cgi, cgicc::FCgiIO& fcgiIo) {
     const cgicc::CgiEnvironment& env = cgi.getEnvironment();
     std::string service = env.getScriptName();
     const int endOfPathIndex = static_cast<int>(service.rfind('/'));
-    // A service is named only below a folder: /sleevery/show, but not /show.
+    // Only a name below a folder is a service: /sleevery/show, but not /show.
     if (endOfPathIndex > 0) {
         service = service.substr(static_cast<std::size_t>(endOfPathIndex) + 1);
         for (const auto& [name, handler] : services) {
@@ -67,8 +67,8 @@ void answer(const cgicc::Cgicc& cgi, cgicc::FCgiIO& fcgiIo) {
 
 } // namespace
 
-// What no handler below knows ends the process, and its starter brings up a fresh one: a request that can't
-// be parsed, a store that can't be used, an exception of an unknown kind.
+// An exception that answer() doesn't catch ends the process, and the program that started it starts a new
+// one. Causes are a request that can't be parsed, an unusable store, or an exception of an unknown type.
 // NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int /*argc*/, const char** /*argv*/, char** /*envp*/) {
     FCGX_Request request;

@@ -11,9 +11,9 @@
 namespace {
 
 constexpr std::string_view deleteCommand = "cmdDelete";
-constexpr std::size_t maxShownBytes = 1'048'576; // far more than the library takes
+constexpr std::size_t maxShownBytes = 1'048'576; // far more than the library accepts
 
-/** One line, written in one piece, so that the lines of two processes don't mix. */
+/** Writes the line in one piece, so that the lines of two processes don't mix. */
 void logCommand(std::string_view command, const cgicc::FormEntry& entry) {
     std::string line(command);
     line.append(util::printable(entry.getName(), maxShownBytes)).append(" => ");
@@ -41,7 +41,7 @@ void setParameters(const cgicc::Cgicc& cgi) {
 
 int doService_Parameter(cgicc::Cgicc cgi, cgicc::FCgiIO& out) {
     if (frame::isPost(cgi)) {
-        deleteParameters(cgi); // all of them first, so that what is both deleted and set is set
+        deleteParameters(cgi); // first, so that a parameter that is both deleted and set ends up set
         setParameters(cgi);
     }
     SendResponse(cgi, out, cache.ReadParameters());

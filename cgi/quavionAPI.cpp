@@ -8,7 +8,7 @@
 
 namespace {
 
-// The appliance speaks UTF-8, unlike the services whose answers begin with frame::xmlDeclaration.
+// The appliance replies in UTF-8, so frame::xmlDeclaration doesn't fit here.
 constexpr std::string_view declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 constexpr std::string_view testForm =

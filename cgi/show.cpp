@@ -14,7 +14,7 @@
 namespace {
 
 struct FreeDeleter {
-    // The image hands its PNG out in a block of the C allocator.
+    // getRawPNG() returns a block from the C allocator.
     // NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
     void operator()(void* block) const noexcept { std::free(block); }
 };
@@ -45,7 +45,7 @@ int doService_Show(cgicc::Cgicc cgi, cgicc::FCgiIO& out) {
     }
     const int key = util::convertTo<int>(field->getValue(), true);
     if (cache.GetImage(key, &image) && image.isValid()) writePng(image, out);
-    // Not an "else": the answer to a key always ends like this, behind an image, too.
+    // Not an "else": this status ends every answer to a key, even after an image.
     out << cgicc::HTTPStatusHeader(400, "Not Found") << std::endl;
     return 0;
 }

@@ -23,7 +23,7 @@ int doService_Suggest(cgicc::Cgicc cgi, cgicc::FCgiIO& out) {
     }
     SongInfo si = ExtractSongInfo(cgi);
     const bool namesNothing = si.getArtist().empty() && si.getAlbum().empty() && si.getTitle().empty();
-    if (namesNothing) return 0; // answered by nothing at all
+    if (namesNothing) return 0; // sends no answer at all
     SendResponse(cgi, out, si.getCoverartInformation());
     return 0;
 }

@@ -30,11 +30,11 @@ void storeLoaded(std::ostream& xml, SongInfo& si) {
 }
 
 void update(std::ostream& xml, SongInfo& si) {
-    cache.Lookup(si); // which knows a URL, perhaps, where the form gave none
+    cache.Lookup(si); // may add a URL if the form gave none
     if (si.getImageUrl().empty()) {
         frame::writeError(xml, -6, "Parameter for image url no set.");
     } else if (!si.loadImage()) {
-        // Unlike the line before, and like the texts of all other outcomes, this one is not escaped.
+        // writeError() doesn't escape its text, so this URL goes out unescaped, unlike the one in <URL>.
         frame::writeError(xml, -5, "Cannot load image from " + si.getImageUrl());
     } else {
         storeLoaded(xml, si);
@@ -49,7 +49,7 @@ int doService_Update(cgicc::Cgicc cgi, cgicc::FCgiIO& out) {
         return 0;
     }
     SongInfo si = ExtractSongInfo(cgi);
-    if (!si.isValid()) return 0; // answered by nothing at all
+    if (!si.isValid()) return 0; // sends no answer at all
     std::stringstream xmlResult;
     xmlResult << frame::xmlDeclaration << "<Update>\n";
     frame::writeSongBlock(xmlResult, si);
@@ -57,6 +57,6 @@ int doService_Update(cgicc::Cgicc cgi, cgicc::FCgiIO& out) {
     update(xmlResult, si);
     xmlResult << "</Update>\n";
     SendResponse(cgi, out, xmlResult.str());
-    cache.ShowCurrentCover(); // behind the answer, whatever that was
+    cache.ShowCurrentCover(); // after the answer, even after an error
     return 0;
 }

@@ -34,7 +34,7 @@ void writeFileBlock(std::ostream& xml, const cgicc::FormFile& file) {
 int storeCover(SongInfo& si, const cgicc::FormFile& file) {
     cache.Lookup(si);
     {
-        const std::string data = file.getData(); // cgicc gives a copy, which needn't outlive the decoding
+        const std::string data = file.getData(); // a copy; freed right after the decoding
         si.setImage(data.data(), static_cast<unsigned int>(data.size()));
     }
     const int key = cache.Store(si, true);

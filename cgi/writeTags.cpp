@@ -7,7 +7,7 @@
 
 namespace {
 
-/** The cache id that the form names; 0 when it names none. */
+/** The field "cacheID"; 0 without that field. @throws util::BadConversion when it is not a number */
 int cacheId(const cgicc::Cgicc& cgi) {
     const cgicc::const_form_iterator field = cgi.getElement("cacheID");
     return field == cgi.getElements().end() ? 0 : util::convertTo<int>(field->getValue(), true);
@@ -19,7 +19,7 @@ void queueJobs(std::ostream& xml, const cgicc::Cgicc& cgi, int key) {
         const int jobId = cache.WriteCoverTag(key, entry.getValue(), true);
         xml << "    <Job id=\"" << jobId << "\"/>\n";
     }
-    cache.CreateDeleteJob(key); // behind them, and also where there are none
+    cache.CreateDeleteJob(key); // after the write jobs, even if there are none
 }
 
 void writeTags(std::ostream& xml, const cgicc::Cgicc& cgi) {

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The answers that many tests expect."""
+"""Answers that many tests expect."""
 
 XML_HEADER = b"Content-Type: text/xml\n\n"
 HTML_HEADER = b"Content-Type: text/html\n\n"
@@ -9,7 +9,7 @@ SERVER_ERROR = b"Status: 500 Internal Server Error\n\n\nInternal Server Error\n\
 # Parts of the documents that services build themselves.
 DECLARATION = b'<?xml version="1.0" encoding="ISO-8859-1"?>\n'
 OK = b'  <Error code="0">OK</Error>\n'
-UTF8_DECLARATION = b'<?xml version="1.0" encoding="UTF-8"?>\n'  # of the appliance's replies alone
+UTF8_DECLARATION = b'<?xml version="1.0" encoding="UTF-8"?>\n'  # only for the appliance's replies
 
 INDEX = HTML_HEADER + b"""
 <html>
@@ -117,11 +117,11 @@ API_FORM = HTML_HEADER + (
     b"</body></html>\n"
 )
 
-# What the tag jobs' service has for a request that is no POST.
+# The answer of writeTags to a request that is not a POST.
 NO_DATA = DECLARATION + b"<NoData />\n"
 
-# What the stand-in gives for a cover, for a query, for suggestions, for albums, for an album's songs, for the list of entries without a cover, and
-# for that of parameters.
+# The stand-in's results: a cover, a query, suggestions, albums, an album's songs, the entries without a cover, and
+# the parameters.
 COVER = b"\x89PNG\r\n\x1a\n\0cover\0of the stand-in\0"
 FOUND = b'<?xml version="1.0" encoding="UTF-8"?>\n<Found/>\n'
 SUGGESTED = b'<?xml version="1.0" encoding="UTF-8"?>\n<Suggested/>\n'
@@ -132,5 +132,5 @@ PARAMETERS = b'<?xml version="1.0" encoding="UTF-8"?>\n<All/>\n'
 
 
 def exception(text):
-    """The document that answers an exception."""
+    """The document that the responder sends for an exception."""
     return b"<Exception>\n" + text + b"</Exception>\n"

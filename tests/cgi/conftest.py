@@ -6,7 +6,7 @@ from seam import END, Seam
 
 @pytest.fixture
 def start(tmp_path):
-    """Starts a Seam with the lines of a script; at the end, one that still runs has to end well."""
+    """Starts Seams, each with the lines of a script. After the test, those still running must stop with exit code 0."""
     seams = []
 
     def start_seam(*script):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A strict FastCGI client, and a launcher that gives a responder its listening socket as descriptor 0."""
+"""A strict FastCGI client, and a launcher that passes a responder its listening socket as descriptor 0."""
 
 import os
 import pathlib
@@ -20,7 +20,7 @@ _HEADER = struct.Struct(">BBHHBx")
 
 
 class Answer(NamedTuple):
-    """What came back until the request was ended: the two streams, and the status that ended it."""
+    """The answer to a request: both output streams and the application status from END_REQUEST."""
 
     stdout: bytes
     stderr: bytes
@@ -28,7 +28,7 @@ class Answer(NamedTuple):
 
 
 class NoAnswer(Exception):
-    """The connection ended before the request did."""
+    """The connection was closed before END_REQUEST."""
 
     def __init__(self, stdout):
         super().__init__(f"connection closed without END_REQUEST, after {stdout!r}")
@@ -44,7 +44,7 @@ def _record(kind, content):
 
 
 def _stream(kind, content):
-    """The records of a whole stream, the empty one that ends it included."""
+    """All records of a stream, including the empty one at its end."""
     pieces = [content[at : at + 0xFFFF] for at in range(0, len(content), 0xFFFF)]
     return b"".join(_record(kind, piece) for piece in pieces + [b""])
 
@@ -69,10 +69,10 @@ class _Connection:
         try:
             self.socket.sendall(data)
         except (BrokenPipeError, ConnectionResetError):
-            pass  # the responder is gone, which receiving finds out and tells
+            pass  # the responder has disconnected; receive() reports that
 
     def receive(self, count):
-        """Exactly `count` bytes, or fewer at the end of the connection."""
+        """Returns `count` bytes, or fewer when the connection is closed."""
         data = b""
         while len(data) < count:
             try:
@@ -85,7 +85,7 @@ class _Connection:
         return data
 
     def receive_record(self):
-        """Type and content of the next record; None at the end of the connection."""
+        """Returns type and content of the next record; None when the connection is closed."""
         header = self.receive(_HEADER.size)
         if not header:
             return None
@@ -103,7 +103,7 @@ class _Connection:
 def exchange(address, params, body=b""):
     """Sends one request to the Unix socket `address` and returns its Answer.
 
-    `params` are pairs of bytes, sent in order and as they are. Raises NoAnswer or ProtocolError.
+    `params` are pairs of bytes, sent unchanged and in order. Raises NoAnswer or ProtocolError.
     """
     connection = _Connection(address)
     with connection.socket:
@@ -145,7 +145,7 @@ def _receive_answer(connection):
 class Responder:
     """A running responder with a listening Unix socket on descriptor 0, in a folder of its own.
 
-    Used as a context manager, it leaves neither process nor folder behind.
+    As a context manager it ends the process and removes the folder.
     """
 
     def __init__(self, command, env=None):
@@ -189,23 +189,23 @@ class Responder:
 
     @property
     def stderr(self):
-        """What the process itself has written to its standard error so far."""
+        """The output of the process on its own standard error so far."""
         return (self.folder / "stderr").read_bytes()
 
     def wait(self):
-        """The exit code of a process that ends by itself."""
+        """Waits until the process ends by itself. Returns the exit code."""
         return self.process.wait(TIMEOUT_SECONDS)
 
     def stop(self):
-        """Makes accepting fail, once the request in hand is finished. Returns the exit code."""
+        """Shuts the listening socket down, so that accepting fails after the current request. Returns the exit code."""
         self._listener.shutdown(socket.SHUT_RDWR)
         return self.wait()
 
     def terminate(self):
         """Ends the process by SIGTERM. Returns the exit code.
 
-        The kit's handler only sets a flag: a signal that comes just before the process begins to wait for a
-        request does not wake it, so the signal is repeated.
+        Repeats the signal: the FastCGI library's handler only sets a flag. If the signal comes just before the
+        process waits for a request, the process doesn't wake up.
         """
         while True:
             self.process.send_signal(signal.SIGTERM)

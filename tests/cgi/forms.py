@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Requests as a web server passes them on."""
+"""Builds requests as a web server would send them."""
 
 from typing import NamedTuple
 from urllib.parse import urlencode
@@ -30,12 +30,12 @@ def params(method, script_name, query="", body=None, content_type=None):
 
 
 def urlencoded(fields):
-    """Content type and body for pairs of name and value (text or bytes)."""
+    """Returns content type and body for pairs of name and value (text or bytes)."""
     return "application/x-www-form-urlencoded", urlencode(fields).encode()
 
 
 def multipart(parts):
-    """Content type and body for a list of Part."""
+    """Returns content type and body for a list of Part."""
     body = b""
     for part in parts:
         disposition = f'form-data; name="{part.name}"'

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The responder, linked with the recording stand-in for the cover library, as the tests drive it."""
+"""Runs the responder, which is linked with a recording stand-in for the cover library."""
 
 import os
 import pathlib
@@ -18,7 +18,7 @@ END = ["CoverCache::~CoverCache()"]
 
 
 def escaped(content):
-    """Any bytes, as a text of a script."""
+    """Encodes any bytes as TEXT for a script (standin/Recorder.h)."""
     return "".join(f"\\x{byte:02x}" for byte in content)
 
 
@@ -31,7 +31,7 @@ def quoted(text):
 
 
 class Seam(Responder):
-    """The responder with a script (standin/Recorder.h); `calls` are the library calls that the last request led to."""
+    """The responder with a script (standin/Recorder.h). `calls` holds the library calls of the last request."""
 
     def __init__(self, folder, script):
         self._log = folder / "log"
@@ -48,7 +48,7 @@ class Seam(Responder):
 
     @property
     def log(self):
-        """The calls of the library, without those of the FastCGI kit."""
+        """The calls to the cover library, without those to the FastCGI library."""
         return [line for line in self.whole_log if not line.startswith("FCGX_")]
 
     def ask(self, params, body=b""):
@@ -60,7 +60,7 @@ class Seam(Responder):
             self._seen = len(self.log)
 
     def answer(self, params, body=b""):
-        """The bytes for the web server; nothing else may come with them."""
+        """Returns the answer's bytes. Expects no error output and application status 0."""
         answer = self.ask(params, body)
         assert answer.stderr == b""
         assert answer.app_status == 0
@@ -75,7 +75,7 @@ class Seam(Responder):
         return self.answer(forms.params(method, script_name, query, body, content_type), body)
 
     def dies_of(self, params, body=b"", written=b""):
-        """The request ends the process; of the answer `written` before that, the kit may have sent the beginning."""
+        """Expects that the request ends the process. The client may get the beginning of the answer `written` so far."""
         with pytest.raises(NoAnswer) as caught:
             self.ask(params, body)
         assert written.startswith(caught.value.stdout)

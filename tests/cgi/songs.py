@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The song that the tests' forms describe, and the calls that its record leads to."""
+"""The song in the tests' forms, and the library calls that it causes."""
 
 from seam import quoted
 
@@ -39,7 +39,7 @@ BLOCK = b"""  <SongInfo>
   </SongInfo>
 """
 
-# Each record is logged like this, whatever is in it.
+# The log of every song, whatever its values.
 STDERR = b"sleevery.fcgi, received SongInfo\ndump of the stand-in\n"
 
 _RECORD = (
@@ -49,5 +49,5 @@ _RECORD = (
 
 
 def record(image=b""):
-    """The song as the stand-in logs an argument, with the cover `image`."""
+    """The song with the cover `image`, as the stand-in logs it as an argument."""
     return _RECORD + (f", image {quoted(image)}" if image else "") + ")"

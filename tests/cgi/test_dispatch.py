@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Which service a script name leads to, and the index page for all others."""
+"""Which service a script name selects. All other names get the index page."""
 
 import forms
 import pytest

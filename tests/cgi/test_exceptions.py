@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What becomes of an exception out of each library call that a service makes."""
+"""The answer to an exception in each library call of each service."""
 
 import pytest
 import songs
@@ -11,7 +11,7 @@ PARTS = [Part(name, value.encode()) for name, value in songs.FIELDS]
 IMAGE = Part("image", b"\xff\xd8cover", "cover.jpg", "image/jpeg")
 FETCHED = b"image at http://covers.example/1.jpg"
 
-# Each service at its longest: the request, and every library call that it makes, in order.
+# For each service: its longest request, and all library calls that the request causes, in order.
 SERVICES = {
     "show": (
         "GET",
@@ -132,12 +132,12 @@ def request(service):
 
 
 def written_before(service, index):
-    """The answer that is complete before the call at `index`: only "update" goes on behind it."""
+    """The answer that is complete before the call at `index`. Only "update" makes a call after its answer."""
     return UPDATED if service == "update" and index == len(SERVICES[service][2]) - 1 else b""
 
 
 def order(service, index, failure):
-    """The line of a script that makes the call at `index` fail."""
+    """The script line that makes the call at `index` fail."""
     functions = [call.split("(")[0] for call in SERVICES[service][2][: index + 1]]
     return f"{functions[-1]}#{functions.count(functions[-1])} {failure}"
 

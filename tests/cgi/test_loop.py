@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The request loop: start-up, end, and what ends the process."""
+"""The request loop: start, end, and failures that end the process."""
 
 import signal
 import subprocess
@@ -78,7 +78,7 @@ def test_a_request_without_variables_gets_the_index(seam):
 
 
 def test_a_variable_without_equals_sign_ends_the_process(seam):
-    # The kit makes "NAME=VALUE" of each parameter; a NUL in the name cuts that short.
+    # The FastCGI library turns each parameter into "NAME=VALUE"; a NUL in the name truncates that.
     seam.dies_of([(b"SCRIPT_NAME", b"/sleevery/show"), (b"BR\0KEN", b"x")])
     assert b"Illegally formed environment" in seam.stderr
     assert seam.log == STARTUP

@@ -18,7 +18,7 @@ def store(name, value):
 
 
 def post(seam, fields, query=""):
-    """The calls of a request that lists the parameters in the end."""
+    """Returns the calls of a request, without the last one, which lists the parameters."""
     assert seam.post("/sleevery/parameter", urlencoded(fields), query) == XML_HEADER + PARAMETERS
     assert seam.calls[-1] == READ
     return seam.calls[:-1]

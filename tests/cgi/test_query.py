@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The service that tells what the cover cache holds for a song."""
+"""The service that reports the cover cache's entries for a song."""
 
 import pytest
 import songs

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How a document is delivered: as it is, or transformed by the stylesheet that the form names."""
+"""How a document is sent: unchanged, or transformed by the stylesheet in the form."""
 
 import pytest
 from answers import EMPTY_LIST, SERVER_ERROR, SHOW_FORM, XML_HEADER
@@ -12,7 +12,7 @@ FORMATTING_OBJECTS = 'xmlns:fo="http://www.w3.org/1999/XSL/Format"'
 
 
 def deliver(seam, query=""):
-    """The answer to a request for a document that the library makes, and the calls of its delivery."""
+    """Requests a document from the library. Returns the answer and the calls that send it."""
     answer = seam.get("/sleevery/showEmpty", query)
     assert seam.calls[0] == "CoverCache::ShowEmpty()"
     return answer, seam.calls[1:]
@@ -99,7 +99,7 @@ def test_a_document_that_cannot_be_parsed_goes_out_as_it_is(start):
 @pytest.mark.parametrize("index", range(3))
 def test_an_exception_is_a_server_error(start, index, failure):
     seam = start(f"{calls()[index].split('(')[0]}#1 {failure}", "XMLParser::transform return page")
-    # A helper that was made is gone again; one that could not be made never was.
+    # A parser that was constructed is also destroyed. If its construction fails, there is no destruction to log.
     made = calls()[: index + 1] + (calls()[3:] if index > 0 else [])
     assert deliver(seam, "xslt=a.xsl") == (SERVER_ERROR, made)
     assert deliver(seam, "xslt=a.xsl") == (PLAIN + b"page", calls())

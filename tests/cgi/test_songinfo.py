@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How a song's record is made from the form."""
+"""How the form's fields become a SongInfo."""
 
 import pytest
 import songs
@@ -8,7 +8,7 @@ from seam import quoted
 
 
 def extracted(seam, content, query=""):
-    """The calls that made the record, from the first one to the dump."""
+    """The calls that fill the SongInfo, between its construction and its dump."""
     seam.post("/sleevery/upload", content, query)
     assert seam.calls[0] == "SongInfo::SongInfo()"
     return seam.calls[1 : seam.calls.index("SongInfo::Dump()")]

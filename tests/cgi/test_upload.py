@@ -54,7 +54,7 @@ ECHOED_FILE = ['XMLParser::encode("image/jpeg")', 'XMLParser::encode("cover.jpg"
 
 
 def stored(content=CONTENT):
-    """The calls that store the cover of the song."""
+    """The calls that store the song's cover."""
     return [
         f"CoverCache::Lookup({songs.record()})",
         f"SongInfo::setImage({quoted(content)}, {len(content)})",

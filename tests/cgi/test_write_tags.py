@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The service that queues the jobs that write a cover into song files."""
+"""The service that queues jobs for writing a cover into song files."""
 
 import pytest
 from answers import DECLARATION, NO_DATA, XML_HEADER, exception
@@ -19,7 +19,7 @@ def jobs(*ids):
 
 
 def queued(key, *files):
-    """The calls for an entry and its files."""
+    """The calls that queue the jobs for a cache entry and its files."""
     tags = [f"CoverCache::WriteCoverTag({key}, {quoted(file)}, true)" for file in files]
     return [*tags, f"CoverCache::CreateDeleteJob({key})"]
 

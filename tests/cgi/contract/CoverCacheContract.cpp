@@ -11,7 +11,7 @@
 
 namespace {
 
-/** A cache over an empty store in a folder of its own. */
+/** Provides a cache with an empty store in a temporary folder. */
 class CoverCacheContract : public testing::Test {
 protected:
     CoverCacheContract() {

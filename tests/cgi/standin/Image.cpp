@@ -29,7 +29,7 @@ std::string ImageContent::get(const Image& image) {
     return image.gdImage == nullptr ? std::string() : static_cast<const HeldImage*>(image.gdImage)->bytes;
 }
 
-// Not written to the log, where it would stand before each SongInfo as well, which holds an image.
+// Not logged: each SongInfo holds an image, so every SongInfo would add a line.
 Image::Image() : gdImage(nullptr) { standin::obey("Image::Image"); }
 
 Image::Image(const Image& other) : gdImage(nullptr) { ImageContent::set(*this, ImageContent::get(other)); }
@@ -51,7 +51,7 @@ bool Image::set(const void* data, unsigned int length) {
     return true;
 }
 
-// Scripted to return an empty text, it fails.
+// Fails when it is scripted to return an empty text.
 bool Image::getRawPNG(void** data, std::size_t& size) {
     const std::string png = standin::called("Image::getRawPNG").value_or(ImageContent::get(*this));
     if (png.empty()) return false;

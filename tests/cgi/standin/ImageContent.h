@@ -7,13 +7,10 @@
 
 namespace util {
 
-/**
- * The stand-in's own way to what an image holds: the bytes that it was made from, whatever they are. Decoding
- * them is not the stand-in's business.
- */
+/** The stand-in's access to an image's bytes. These can be any bytes: the stand-in never decodes them. */
 class ImageContent {
 public:
-    /** Empty bytes leave no image. */
+    /** Empty `bytes` remove the image. */
     static void set(Image& image, const std::string& bytes);
 
     /** Empty when there is no image. */

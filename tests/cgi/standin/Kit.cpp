@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The FastCGI kit is the real one. The linker leads the request loop's calls through here (--wrap), so that
-// the log shows them among those of the library.
+// Logs the request loop's calls to the FastCGI library, so that the log shows them between the calls to the
+// cover library. The linker option --wrap redirects the calls to this file; the real functions still run.
 #include "tests/cgi/standin/Recorder.h"
 
 #include <fcgiapp.h>
 
 using standin::record;
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's names
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): --wrap requires these names
 extern "C" {
 
 int __real_FCGX_Init();

@@ -19,7 +19,7 @@ namespace {
 
 int quietDepth = 0;
 
-/** "\xNN" becomes a byte. */
+/** Replaces each "\xNN" by its byte. */
 std::string unescaped(const std::string& text) {
     std::string bytes;
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -33,7 +33,7 @@ std::string unescaped(const std::string& text) {
     return bytes;
 }
 
-/** What follows the function's name in each line of the script. */
+/** The script: each function's name, and the rest of its line. */
 std::map<std::string, std::string> readScript() {
     std::map<std::string, std::string> orders;
     const char* path = std::getenv("STANDIN_SCRIPT"); // NOLINT(concurrency-mt-unsafe): one thread
@@ -59,7 +59,7 @@ std::optional<std::string> orderFor(const std::string& function) {
     return std::nullopt;
 }
 
-/** Cuts `prefix` off the front of `text`. */
+/** Removes `prefix` from the front of `text`. @return false if `text` doesn't start with it */
 bool take(std::string& text, std::string_view prefix) {
     if (text.compare(0, prefix.size(), prefix) != 0) return false;
     text.erase(0, prefix.size());

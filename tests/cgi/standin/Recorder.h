@@ -6,27 +6,27 @@
 #include <string_view>
 
 /**
- * What every function of the stand-in does: it writes its call as one line, "Class::function(arguments)", to
- * the end of the file that STANDIN_LOG names, and then does what the file that STANDIN_SCRIPT names says for
- * it. A line of the script is one of
+ * Every function of the stand-in does two things. It appends its call to the log file as one line,
+ * "Class::function(arguments)", and then it follows the script file. The environment variables STANDIN_LOG
+ * and STANDIN_SCRIPT name these files. Each line of the script has one of these forms:
  *
  *     Class::function return TEXT        the result; true or false, a decimal number, or a text
  *     Class::function throw util TEXT    util::Exception
  *     Class::function throw std TEXT     std::runtime_error
  *     Class::function throw other        an int
  *
- * for every call, or with "Class::function#2" for the second one only. In TEXT, \xNN stands for a byte.
- * Without these variables nothing is written, and functions behave as their headers say. One thread.
+ * A line applies to every call; "Class::function#2" applies to the second call only. In TEXT, \xNN stands for
+ * a byte. Without the variables nothing is logged, and functions behave as their headers say. One thread.
  */
 namespace standin {
 
-/** `bytes` in quotes; a quote, a backslash and what is not printable ASCII become \xNN. */
+/** `bytes` in quotes. Quotes, backslashes and bytes that are not printable ASCII become \xNN. */
 [[nodiscard]] std::string quoted(std::string_view bytes);
 
-/** Writes the line, and nothing more: for destructors. */
+/** Only logs the call. For destructors, because they must not throw. */
 void record(const std::string& function, const std::string& arguments = {});
 
-/** Throws if the script says so. @return the scripted result, if there is one */
+/** Follows the script: throws if the script says so. @return the scripted result, if there is one */
 std::optional<std::string> obey(const std::string& function);
 
 /** record() and obey(). */
@@ -35,8 +35,7 @@ std::optional<std::string> called(const std::string& function, const std::string
 bool calledForBool(bool usually, const std::string& function, const std::string& arguments = {});
 int calledForInt(int usually, const std::string& function, const std::string& arguments = {});
 
-/** While one lives, the stand-in's functions neither write nor obey: it is the stand-in itself that calls
- * them. */
+/** During its lifetime the stand-in's functions ignore log and script. For calls by the stand-in itself. */
 class Quiet {
 public:
     Quiet();

@@ -98,7 +98,7 @@ std::string SongInfo::readAlbumSongs() {
         .value_or("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Songs/>\n");
 }
 
-// The image that it finds tells where it comes from.
+// The image's bytes contain the URL, so that a test sees where the image comes from.
 bool SongInfo::loadImage() {
     if (!calledForBool(!imageUrl.empty(), "SongInfo::loadImage")) return false;
     image::ImageContent::set(image, "image at " + imageUrl);

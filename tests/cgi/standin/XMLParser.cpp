@@ -30,12 +30,12 @@ std::string XMLParser::encode(std::string value) {
     return escaped;
 }
 
-// No more than an empty document is found out; what else is not well-formed has to be scripted.
+// Refuses only an empty document. Tests script every other failure.
 bool XMLParser::parse(std::string document) {
     return standin::calledForBool(!document.empty(), "XMLParser::parse", standin::quoted(document));
 }
 
-// There are no stylesheets here.
+// The stand-in has no stylesheets, so the result is empty unless it is scripted.
 std::string XMLParser::transform(const char* stylesheet) {
     return standin::called("XMLParser::transform", standin::quoted(stylesheet)).value_or("");
 }

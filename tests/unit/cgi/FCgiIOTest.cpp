@@ -16,7 +16,7 @@ namespace {
 
 static_assert(std::is_base_of_v<cgicc::CgiInput, FCgiIO> && std::is_base_of_v<std::ostream, FCgiIO>);
 
-/** An output stream of the kit with a buffer of 8 bytes that ends up in memory. */
+/** A FastCGI output stream with a buffer of 8 bytes. Keeps its output in memory. */
 class Output {
 public:
     Output(const Output&) = delete;
@@ -37,13 +37,13 @@ public:
 
     FCGX_Stream* stream() { return &stream_; }
 
-    /** As when the web server has gone. */
+    /** Acts as if the web server had disconnected. */
     void close() {
         stream_.isClosed = 1;
         stream_.stop = stream_.wrNext;
     }
 
-    /** What was flushed, or had no room in the buffer any more. */
+    /** The bytes that have left the buffer, by a flush or because it was full. */
     [[nodiscard]] std::string sent() const { return {sent_.begin(), sent_.end()}; }
 
     [[nodiscard]] std::string all() const {
@@ -56,7 +56,7 @@ private:
     FCGX_Stream stream_{};
 };
 
-/** An input stream of the kit that gives its pieces one after another. */
+/** A FastCGI input stream that delivers its pieces one after another. */
 class Input {
 public:
     Input(const Input&) = delete;
