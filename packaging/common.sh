@@ -1,26 +1,26 @@
 # SPDX-License-Identifier: MIT
-# Sourced by the scripts: failing with a sentence, and progress of what takes minutes.
+# Sourced by all scripts: error messages, and progress of long commands.
 set -Eeuo pipefail
 
-# fail SENTENCE [STATUS]: FAILED_AS is the command that a person has typed, where that is another one.
+# fail SENTENCE [STATUS]: ends with this message. FAILED_AS is the command that the user typed, if it is not this script.
 failure_status=1
 fail() {
-    [ ! -t 2 ] || printf '\r\e[K' >&2 # a line of progress may stand there
+    [ ! -t 2 ] || printf '\r\e[K' >&2 # removes a line of progress
     printf '%s: %s\n' "${FAILED_AS:-${0##*/}}" "$1" >&2
     exit "${2:-$failure_status}"
 }
 
-# The last resort: no script ends without a word.
+# The last resort: no script fails without a message.
 say_what_failed() {
     local status=$1 line=$2 command=$3
     [ "$BASH_SUBSHELL" -gt 0 ] || fail "\"${command%%$'\n'*}\" in line $line of ${0##*/} failed with status $status"
 }
 trap 'say_what_failed $? $LINENO "$BASH_COMMAND"' ERR
 
-# whole_number TEXT LEAST GREATEST: whether it is one between these two.
+# whole_number TEXT LEAST GREATEST: succeeds if TEXT is a whole number from LEAST to GREATEST.
 whole_number() { [[ $1 =~ ^[1-9][0-9]{0,8}$ ]] && [ "$1" -ge "$2" ] && [ "$1" -le "$3" ]; }
 
-# show_progress TEXT: on a terminal one line that changes; elsewhere a line every ten seconds.
+# show_progress TEXT: updates one line on a terminal; elsewhere prints a line every ten seconds.
 progress_shown=-10
 show_progress() {
     if [ -t 1 ]; then
@@ -31,7 +31,7 @@ show_progress() {
         printf '%s\n' "$1"
     fi
 }
-# end_progress TEXT: the line that stays.
+# end_progress TEXT: replaces the progress by a final line.
 end_progress() {
     if [ -t 1 ]; then printf '\r\e[K'; fi
     printf '%s\n' "$1"

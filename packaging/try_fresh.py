@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Tries the README's commands on a minimal Debian, in which nobody has installed anything before."""
+"""Tries the README's commands on a new minimal Debian."""
 
 import argparse
 import contextlib
@@ -22,14 +22,14 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "sleevery/fresh"
 CACHE_DAYS = 7
 PASSWORD = "paper lanterns"
-CHANGED = "\r\x1b[K"  # what a line of progress begins with
+CHANGED = "\r\x1b[K"  # start of a line of progress
 INCLUDED = ("git", "sudo", "ca-certificates")
-# How the machine reaches its package servers: what a minimal Debian does not know by itself.
+# This machine's settings for reaching package servers. A minimal Debian does not have them.
 APT_SETTINGS = re.compile(r"^(Acquire::(?:https?::|Retries|Check-Date|Check-Valid-Until).*;)$", re.MULTILINE)
 
 
 class Failed(Exception):
-    """A sentence about what did not work."""
+    """A failed check, with a sentence about it."""
 
 
 def output(*command, **options):
@@ -37,7 +37,7 @@ def output(*command, **options):
 
 
 def sources(release):
-    """The machine's own sources of Debian's packages, as lines for `release`."""
+    """This machine's Debian package sources, as lines of a sources.list for `release`."""
     fields = "$(ORIGIN)|$(REPO_URI)|$(CODENAME)|$(COMPONENT)"
     here = output("apt-get", "indextargets", "--format", fields, "Created-By: Packages").splitlines()
     codename = re.search(r"^VERSION_CODENAME=(\w+)$", pathlib.Path("/etc/os-release").read_text(), re.MULTILINE)[1]
@@ -49,14 +49,14 @@ def sources(release):
 
 
 class Fresh:
-    """A minimal root of a release and the packages that were downloaded for it, kept for a week."""
+    """A minimal Debian of a release, with its downloaded packages; kept for a week."""
 
     def __init__(self, release):
         self.folder = CACHE / release
         self.root, self.archives = self.folder / "root", self.folder / "archives"
         self.folder.mkdir(parents=True, exist_ok=True)
         self._lock = (CACHE / f"{release}.lock").open("w")
-        fcntl.flock(self._lock, fcntl.LOCK_EX)  # apt can't share a folder of packages with another run
+        fcntl.flock(self._lock, fcntl.LOCK_EX)  # two runs of apt can't share a package folder
         made = self.folder / "made"
         if not made.exists() or time.time() - made.stat().st_mtime > CACHE_DAYS * 86400:
             shutil.rmtree(self.folder)
@@ -77,8 +77,8 @@ class Fresh:
             shutil.copyfile(f"/etc/{file}", self.root / "etc" / file)
 
 
-# The first process of the machine. As a shell it buries all whose parents have gone; it ends, and with it all others, as
-# soon as nobody holds its standard input open.
+# The first process of the machine. As a shell it reaps orphaned processes. It ends when its standard input is closed; then the
+# kernel ends all other processes of the machine.
 INIT = r"""
 set -e
 root=$1 folder=$2 archives=$3
@@ -100,7 +100,7 @@ read -r _
 
 
 class Machine:
-    """A throwaway copy of a fresh root, with processes of its own and the network of this machine."""
+    """A throwaway copy of a minimal Debian. It has its own processes, and uses this machine's network."""
 
     def __init__(self, fresh, user):
         self.user = user
@@ -119,7 +119,7 @@ class Machine:
         shutil.rmtree(self.folder)
 
     def command(self, text, user=None):
-        """What runs a line of shell as somebody who has just logged in, whatever signals are ignored here."""
+        """The command that runs a line of shell in a new login session, with default signals."""
         return ["env", "--default-signal=HUP,INT,QUIT,TERM", "nsenter", f"--target={self._pid}", "--mount", "--pid", "--root", "--wd", "--",
                 "runuser", "-l", user or self.user, "-c", text]
 
@@ -131,22 +131,22 @@ class Machine:
         return done.stdout
 
     def processes(self):
-        """The command lines of all processes but the first one."""
+        """The command lines of all processes except the first one."""
         own = os.readlink(f"/proc/{self._pid}/ns/pid")
         found = []
         for process in pathlib.Path("/proc").glob("[0-9]*"):
-            with contextlib.suppress(OSError):  # it may end at any moment
+            with contextlib.suppress(OSError):  # a process may end at any moment
                 if process.name != self._pid and os.readlink(process / "ns/pid") == own:
                     found.append((process / "cmdline").read_text().replace("\0", " ").strip())
         return found
 
     def files(self):
-        """Where a process might leave something behind."""
+        """All files in the places where a process might leave something behind."""
         return self.run("find /tmp /var/tmp /dev/shm /run/lock ~ -maxdepth 1 -mindepth 1 -not -name sleevery -not -name '.*'", self.user).decode().split()
 
 
 class Terminal:
-    """A command in a pseudo-terminal of the machine; what it says is shown, and its questions for the password are answered."""
+    """A command in a pseudo-terminal of the machine. Its output is shown, and its questions for the password are answered."""
 
     def __init__(self, machine, text):
         self._process = subprocess.Popen(machine.command(f"script -qefc '{text}' /dev/null"), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
@@ -159,7 +159,7 @@ class Terminal:
         self._reader.start()
 
     def _show(self):
-        """Passes on the lines that are complete, without what they were before they changed, and now and then one that still changes."""
+        """Prints the complete lines in their last state, and every 30 seconds also a line that still changes."""
         lines = self.said[self._shown:].split("\n")
         for line in lines[:-1]:
             print(f"   {line.rstrip().split(CHANGED)[-1]}", flush=True)
@@ -186,14 +186,14 @@ class Terminal:
         self._process.stdin.write(text.encode())
 
     def wait_for(self, text, minutes):
-        """Waits until it has said something; fails when it ends before that."""
+        """Waits until the output contains the text. Fails if the command ends before."""
         with self._changed:
             said = self._changed.wait_for(lambda: text in self.said or self._process.returncode is not None, minutes * 60)
         if text not in self.said:
             raise Failed(f"it ended with status {self._process.returncode}" if said else f"it is not ready after {minutes} minutes")
 
     def wait(self, minutes):
-        """Its exit status."""
+        """Waits for the end of the command. Returns its exit status."""
         self._reader.join(minutes * 60)
         if self._reader.is_alive():
             raise Failed(f"it does not end within {minutes} minutes")
@@ -211,7 +211,7 @@ def free_port():
 
 
 def check_the_same_picture(shown, original):
-    """The PNG that is shown against the JPEG that was uploaded; two decoders may round differently."""
+    """Compares the PNG from `show` with the uploaded JPEG. Small differences are allowed, because decoders round differently."""
     shown, original = Image.open(io.BytesIO(shown)), Image.open(original)
     if shown.format != "PNG" or shown.size != original.size:
         raise Failed(f"show answers with a {shown.format} of {shown.size}")
@@ -221,7 +221,7 @@ def check_the_same_picture(shown, original):
 
 
 def prepare(machine):
-    """The user, and a clone of the committed state."""
+    """Creates the user and clones the committed state."""
     if machine.user != "root":
         machine.run(f"useradd --create-home --shell /bin/bash --groups sudo {machine.user} && echo '{machine.user}:{PASSWORD}' | chpasswd", "root")
     bare = machine.folder / "upper/srv/sleevery.git"
@@ -231,7 +231,7 @@ def prepare(machine):
 
 
 def readme_commands(port):
-    """The first commands that README tells people to type while ./run serves: an upload and a look at the cover."""
+    """The README's first two commands to type while ./run serves: upload a cover and fetch it again."""
     lines = re.findall(r"^    (curl .*)$", (ROOT / "README.md").read_text(), re.MULTILINE)[:2]
     return [f"cd sleevery && {line.replace('curl', 'curl -sS', 1).replace(':8080', f':{port}')}" for line in lines]
 
@@ -278,8 +278,8 @@ def try_test(machine):
 def main():
     parser = argparse.ArgumentParser(prog="packaging/try-fresh", description=__doc__)
     parser.add_argument("--release", default="bookworm", choices=("bookworm", "trixie"), help="Debian 12 (default) or 13")
-    parser.add_argument("--root", action="store_true", help="as root, not as a user who has to ask sudo")
-    parser.add_argument("--test", action="store_true", help="then run ./test there, too")
+    parser.add_argument("--root", action="store_true", help="run as root instead of as a user with sudo")
+    parser.add_argument("--test", action="store_true", help="also run ./test there")
     options = parser.parse_args()
     with contextlib.closing(Machine(Fresh(options.release), "root" if options.root else "listener")) as machine:
         prepare(machine)
