@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Commands with mounts of their own, as root of a user namespace."""
+"""Runs commands as root of a user namespace, with their own mounts."""
 
 import functools
 import subprocess
@@ -9,15 +9,15 @@ import pytest
 
 @functools.cache
 def missing_namespaces():
-    """Why this machine can't give a command mounts of its own; nothing where it can."""
+    """The reason why this machine can't give a command its own mounts. Empty if it can."""
     done = subprocess.run(["unshare", "-rm", "mount", "-t", "tmpfs", "none", "/mnt"], capture_output=True, text=True)
     return done.stderr.strip() if done.returncode else ""
 
 
 def with_mounts(mounts, after=""):
-    """Runs a command with the mounts that this line of shell makes, and a line of shell after it; they go with the command.
+    """Returns a prefix for a command. It runs the shell line `mounts`, then the command, then the shell line `after`.
 
-    Skips the test where there are no namespaces.
+    The mounts disappear with the command. Skips the test if the kernel gives no namespaces.
     """
     if missing_namespaces():
         pytest.skip(f"no user and mount namespaces: {missing_namespaces()}")

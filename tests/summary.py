@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Adds up JUnit reports: prints "N passed, N failed" (", N skipped") and fails when something did or nothing ran."""
+"""Adds up JUnit reports and prints "N passed, N failed" (", N skipped"). Fails if a test failed or none ran."""
 
 import pathlib
 import sys

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Measures what docs/performance.md tells. bench/run builds the programs and starts this."""
+"""Makes the measurements of docs/performance.md. bench/run builds the programs and starts this driver."""
 
 import argparse
 import functools
@@ -36,7 +36,7 @@ BENCHMARKS = {
 
 
 class Scale(NamedTuple):
-    """How much is measured."""
+    """The size of each benchmark."""
 
     rounds: int
     seconds: int
@@ -81,7 +81,7 @@ QUICK = Scale(
 
 def main():
     options = _options()
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # so that everything that was started is stopped
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # an exception, so that all started processes are stopped
     BUILD.mkdir(parents=True, exist_ok=True)
     aloud = functools.partial(print, file=sys.stderr if options.markdown else sys.stdout, flush=True)
     aloud(report.machine() + "\n")
@@ -105,8 +105,8 @@ def _run(benchmark, scale):
 def _options():
     parser = argparse.ArgumentParser(prog="bench/run", description=__doc__)
     parser.add_argument("benchmark", nargs="*", help=f"only these: {', '.join(BENCHMARKS)}")
-    parser.add_argument("--quick", action="store_true", help="few rounds and a small store: to see that it works")
-    parser.add_argument("--markdown", action="store_true", help="print what stands in docs/performance.md")
+    parser.add_argument("--quick", action="store_true", help="few rounds and a small store, to check that the benchmarks work")
+    parser.add_argument("--markdown", action="store_true", help="print the results for docs/performance.md")
     options = parser.parse_args()
     if unknown := set(options.benchmark) - set(BENCHMARKS):
         parser.error(f"there is no benchmark {', '.join(sorted(unknown))}")

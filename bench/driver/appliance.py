@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the way to the appliance costs: an album's songs against MPD's own answer, and uploads while the appliance is dead."""
+"""The cost of the link to the appliance: listing an album's songs, against MPD's own answer, and uploads while the appliance is dead."""
 
 import contextlib
 import itertools
@@ -50,12 +50,12 @@ def _tracks(scale, folder, songs):
 
 
 def _ordinary():
-    """Songs without end: the albums of one count are the first ones of a larger one."""
+    """An endless sequence of songs. A large library begins with the same albums as a small one."""
     return library.ordinary(sys.maxsize)
 
 
 def _ask(connection, site):
-    """Milliseconds."""
+    """Returns milliseconds."""
     start = time.perf_counter()
     answer = _post(connection, site, "tracks", {"artist": ALBUM[0].artist, "album": ALBUM[0].album})
     milliseconds = (time.perf_counter() - start) * 1000
@@ -73,7 +73,7 @@ def _connected(mpd):
 
 
 def _find(connection):
-    """Milliseconds. The answer is not looked into, which would take Python longer than it takes MPD."""
+    """Returns milliseconds. The answer is not parsed, because that would take Python longer than MPD needs."""
     start = time.perf_counter()
     connection.sendall(f"find album {quoted(ALBUM[0].album)}\n".encode())
     answer = b""
@@ -104,13 +104,13 @@ def _tracks_row(songs, answer, find):
 
 
 def _uploads(scale, folder):
-    """Each cover is sent to a responder without an appliance and to two with a dead one, in turn."""
+    """Sends each cover in turn to a responder without an appliance and to two responders with a dead appliance."""
     names = ("none", "silent", "refusing")
     sites = [Site(name, RESPONDER, folder / f"upload-{name}") for name in names]
     times = {name: [] for name in names}
     photo = covers.photo(SIDE, seed=SIDE)
     with socket.create_server(("127.0.0.1", 0), backlog=1024) as silent, socket.socket() as refusing, Server(*sites) as server:
-        refusing.bind(("127.0.0.1", 0))  # and does not listen
+        refusing.bind(("127.0.0.1", 0))  # bound, but not listening
         connection = server.connect()
         for site, dead in zip(sites[1:], (silent, refusing)):
             _post(connection, site, "parameter", {"deviceUrl": f"http://127.0.0.1:{dead.getsockname()[1]}/"})
@@ -121,7 +121,7 @@ def _uploads(scale, folder):
                 times[site.name].append(upload.send(connection, site, cover, f"Album {number}"))
         connection.close()
         silent.settimeout(WAIT_SECONDS)
-        silent.accept()[0].close()  # or nobody would have asked it at all
+        silent.accept()[0].close()  # fails if no responder has tried to connect
     medians = {name: statistics.median(series[WARM_UP:]) for name, series in times.items()}
     return [_upload_row(name, medians[name], medians["none"]) for name in names[1:]]
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How a store with very many entries compares with an almost empty one."""
+"""Compares a store with very many entries with an almost empty one."""
 
 import shutil
 import statistics
@@ -33,7 +33,7 @@ def run(scale, folder):
 
 
 def _start_times(first, second, count):
-    """Milliseconds from before the process is made to the end of its first answer, two stores in turn."""
+    """Measures two stores in turn. Returns milliseconds from just before the process is created to the end of its first answer."""
     times = ([], [])
     for _ in range(WARM_UP + count):
         for (site, path), series in zip((first, second), times):
@@ -70,7 +70,7 @@ def _show_row(entries, cover, rates):
 
 
 def _fill_row(log):
-    """What an entry costs where there is nothing to flush: in the last tenth of them and in the first."""
+    """The time to add an entry without flushing: for the last tenth of the entries, and for the first."""
     tenths = [line.split() for line in log.read_text().splitlines()]
     return Row(
         what=f"{int(tenths[-1][0]):,} entries: adding one of the last tenth, in memory",

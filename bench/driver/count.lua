@@ -1,6 +1,6 @@
 -- SPDX-License-Identifier: MIT
--- For wrk, which by itself only knows a duration: asks for the given paths in turn, and ends the program after so
--- many answers: -- COUNT PATH ...
+-- wrk can only stop after a duration. With this script it requests the given paths in turn, and stops after COUNT answers.
+-- Arguments: -- COUNT PATH ...
 local requests = {}
 local count, asked, answered = 0, 0, 0
 

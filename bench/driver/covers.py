@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Covers that compress like photographs, the same ones in every run."""
+"""Made-up covers that compress like photographs. Every run makes the same ones."""
 
 import io
 import random
@@ -11,7 +11,7 @@ JPEG_QUALITY = 92
 
 
 class Cover(NamedTuple):
-    """An image file as a client uploads it."""
+    """An image file for an upload."""
 
     name: str
     mime_type: str
@@ -19,7 +19,7 @@ class Cover(NamedTuple):
 
 
 def photo(side, seed):
-    """Light and shade of several sizes, some objects out of focus and in it, and the grain of a sensor."""
+    """A picture with gradients of several sizes, blurred and sharp objects, and the grain of a sensor."""
     rng = random.Random(seed)
     picture = _noise(rng, 3, "RGB").resize((side, side), Image.BICUBIC)
     for cells, weight in ((9, 0.4), (40, 0.2), (160, 0.12)):
@@ -64,7 +64,7 @@ def _encoded(picture, file_format, **options):
 
 
 def variant(picture, number):
-    """The same picture but for a small mark, so that no two have the same bytes."""
+    """The same picture with a small mark, so that all variants have different bytes."""
     marked = picture.copy()
     draw = ImageDraw.Draw(marked)
     for bit in range(16):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Stores with many entries, made once and kept."""
+"""Stores with many entries. They are created once and kept."""
 
 import hashlib
 import io
@@ -13,11 +13,11 @@ from PIL import Image
 from server import BUILD, PROGRAMS
 
 FILL_STORE = PROGRAMS / "bench/fill_store"
-MEMORY_FOLDER = Path("/dev/shm")  # a commit costs nothing there
+MEMORY_FOLDER = Path("/dev/shm")  # commits are fast there
 
 
 def store(entries):
-    """A folder with the store, kept from an earlier run if the programs are the same."""
+    """The folder of a store. It is reused if fill_store has not changed since an earlier run."""
     version = hashlib.sha256(FILL_STORE.read_bytes()).hexdigest()[:12]
     kept = BUILD / f"store-{version}-{entries}"
     if kept.exists():

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Load by wrk: several connections, each asking again as soon as it has its answer."""
+"""Load by wrk: several connections, each of which sends its next request as soon as it has an answer."""
 
 import pathlib
 import re
@@ -13,7 +13,7 @@ COUNT_SECONDS = 1800
 
 
 class Comparison(NamedTuple):
-    """Requests a second of two addresses, round by round."""
+    """Requests per second of two addresses, round by round."""
 
     first: list
     second: list
@@ -24,12 +24,12 @@ class Comparison(NamedTuple):
 
     @property
     def ratio(self):
-        """The median over the rounds: the two of a round saw the same machine."""
+        """The median of the rounds' ratios. Both rates of a round were measured under the same load of the machine."""
         return statistics.median(self.ratios)
 
 
 def compare(first, second, rounds, seconds):
-    """Asks two addresses in turn, after a round that doesn't count; who begins changes from round to round."""
+    """Measures two addresses in turn, after a warm-up. The order changes from round to round."""
     for url in (first, second):
         _requests_per_second(url, 1)
     comparison = Comparison([], [])
@@ -48,7 +48,7 @@ def _requests_per_second(url, seconds):
 
 
 def request(base, paths, count):
-    """Sends requests for the paths in turn until `count` have been answered."""
+    """Requests the paths in turn until there are `count` answers."""
     _wrk(["--script", COUNT_SCRIPT, "--duration", COUNT_SECONDS, base, "--", count, *paths], COUNT_SECONDS)
 
 

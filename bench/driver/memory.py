@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What memory an idle responder takes, and whether it takes more the longer it works."""
+"""The memory of an idle responder, and whether it grows with the number of requests."""
 
 import covers
 import load
@@ -37,7 +37,7 @@ def run(scale, folder):
 
 
 def _after_a_show(server, site, key):
-    """The same request comes before each look, so that what it leaves behind is in all of them."""
+    """Measures the memory after a request. The request is always the same, so that its own memory is part of every measurement."""
     server.get(site, f"show?key={key}")
     return processes.idle_memory(server.process(site))
 

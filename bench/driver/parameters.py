@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How long it takes to store many parameters with one request."""
+"""The time to store many parameters in one request."""
 
 import statistics
 import time
@@ -28,7 +28,7 @@ def run(scale, folder):
 
 
 def _post(connection, site, fields):
-    """Milliseconds."""
+    """Returns milliseconds."""
     body = urllib.parse.urlencode(fields)
     start = time.perf_counter()
     connection.request("POST", f"/{site.name}/parameter", body, {"Content-Type": "application/x-www-form-urlencoded"})

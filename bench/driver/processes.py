@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the kernel tells of processes."""
+"""Information from the kernel about processes."""
 
 import os
 import pathlib
@@ -10,7 +10,7 @@ WAIT_SECONDS = 30
 
 
 class Memory(NamedTuple):
-    """KiB: all that is resident, that with shared pages divided among their users, what is the process's own."""
+    """In KiB. `proportional` divides shared pages among the processes that use them; `anonymous` is the process's own memory."""
 
     resident: int
     proportional: int
@@ -18,13 +18,13 @@ class Memory(NamedTuple):
 
 
 def below(ancestor):
-    """The ids of all descendants of a process."""
+    """The process ids of all descendants of a process."""
     children = {}
     for stat in pathlib.Path("/proc").glob("[0-9]*/stat"):
         try:
             parent = int(stat.read_text().rpartition(")")[2].split()[1])
         except (FileNotFoundError, ProcessLookupError):
-            continue  # it ended meanwhile
+            continue  # the process has ended
         children.setdefault(parent, []).append(int(stat.parent.name))
     found, frontier = [], [ancestor]
     while frontier:
@@ -34,7 +34,7 @@ def below(ancestor):
 
 
 def running(ancestor, program):
-    """The one descendant that runs `program`."""
+    """The process id of the only descendant that runs `program`."""
     [process] = [pid for pid in below(ancestor) if os.readlink(f"/proc/{pid}/exe") == str(program)]
     return process
 
@@ -44,7 +44,7 @@ def is_alive(process):
 
 
 def idle_memory(process):
-    """Its memory once it has stopped computing."""
+    """Waits until a process is idle. Returns its memory."""
     seen = []
 
     def is_idle():
@@ -56,7 +56,7 @@ def idle_memory(process):
 
 
 def _ticks(process):
-    """The processor time that it has used."""
+    """The processor time of a process so far."""
     fields = pathlib.Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()
     return int(fields[11]) + int(fields[12])
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How long queries take in a store with very many entries, against the same ones in a store with few."""
+"""The time of queries in a store with very many entries, against the same queries in a store with few."""
 
 import contextlib
 import random
@@ -47,7 +47,7 @@ def _site(state, entries):
 
 
 def _songs(sites, count):
-    """Songs that all of the sites have."""
+    """Songs that are in the stores of all sites."""
     numbers = range(1, FEW_ENTRIES, FEW_ENTRIES // count)[:count]
     [songs, *others] = [[_song(site, number) for number in numbers] for site in sites]
     if any(songs != other for other in others):
@@ -61,7 +61,7 @@ def _song(site, number):
 
 
 def _typed(songs):
-    """As much of the names as somebody has typed who isn't done yet."""
+    """The names, each cut off somewhere in its last word, as if somebody were still typing."""
     random_ = random.Random(1)  # the same in every run
     return [{name: text[: random_.randint(text.rfind(" ") + 2, len(text))] for name, text in song.items()} for song in songs]
 
@@ -71,7 +71,7 @@ def _beginnings(songs, letters):
 
 
 def _row(server, sites, what, queries, has_target):
-    """Every query goes to one site and then to the other."""
+    """Sends every query to one site and then to the other."""
     times, totals = ([], []), ([], [])
     with contextlib.closing(server.connect()) as connection:
         for query in queries[:WARM_UP] + queries:
@@ -91,7 +91,7 @@ def _row(server, sites, what, queries, has_target):
 
 
 def _ask(connection, site, query):
-    """Milliseconds, and the number of entries that match."""
+    """Returns milliseconds and the number of matching entries."""
     body = urllib.parse.urlencode(query)
     start = time.perf_counter()
     connection.request("POST", f"/{site.name}/query", body, {"Content-Type": "application/x-www-form-urlencoded"})

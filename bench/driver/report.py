@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The results as a table, to read in a terminal or for docs/performance.md."""
+"""Prints the results as tables, for a terminal or for docs/performance.md."""
 
 import os
 import pathlib
@@ -10,7 +10,7 @@ from typing import NamedTuple
 
 
 class Row(NamedTuple):
-    """One measurement. `met` is None where there is no target."""
+    """One measurement. `met` is None if there is no target."""
 
     what: str
     measured: str
@@ -34,7 +34,7 @@ def text(title, rows):
 
 
 def markdown(results, command):
-    """`results`: the rows for each title."""
+    """`results` maps each title to its rows."""
     parts = [f"Made by `{command}` on {time.strftime('%Y-%m-%d')}: {machine()}."]
     for title, rows in results.items():
         parts += ["", f"### {title}", "", _line(HEADINGS), _line(["---"] * len(HEADINGS))]

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""lighttpd as it ships, in front of one or more responders, and requests to them."""
+"""Runs lighttpd with the shipped configuration in front of one or more responders, and sends requests to them."""
 
 import http.client
 import pathlib
@@ -15,7 +15,7 @@ from typing import NamedTuple
 import processes
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-BUILD = ROOT / "build/bench"  # what is kept between runs, and the states of a run
+BUILD = ROOT / "build/bench"  # data that is kept between runs, and the state folders of a run
 PROGRAMS = ROOT / "build/release"
 RESPONDER = PROGRAMS / "sleevery.fcgi"
 BARE_RESPONDER = PROGRAMS / "bench/bare_responder"
@@ -27,7 +27,7 @@ import forms  # noqa: E402
 
 
 class Site(NamedTuple):
-    """A responder with its state folder; its services are below /NAME/."""
+    """A responder with its state folder. Its services are below /NAME/."""
 
     name: str
     program: pathlib.Path
@@ -57,7 +57,7 @@ class Server:
                 ["/usr/sbin/lighttpd", "-D", "-f", configuration],
                 stdin=subprocess.DEVNULL,
                 stderr=log,
-                start_new_session=True,  # Ctrl-C reaches only this program, which then stops the server with all below it
+                start_new_session=True,  # Ctrl-C reaches only this driver, which then stops the server
             )
         try:
             processes.wait_until(self._is_up, "the server to answer")
@@ -74,7 +74,7 @@ class Server:
         shutil.rmtree(self._folder)
 
     def _configuration(self):
-        """What ships, and for each further site its block once more under another name."""
+        """The shipped configuration, with one more fastcgi.server block for each further site."""
         first, *others = [self._shipped(site) for site in self._sites]
         blocks = [re.search(r"^fastcgi\.server = \(.*?^\)\) \)$", text, re.DOTALL | re.MULTILINE)[0] for text in others]
         return first + "".join(block.replace("server =", "server +=") + "\n" for block in blocks)
@@ -95,7 +95,7 @@ class Server:
             return False
 
     def process(self, site):
-        """The id of the site's responder."""
+        """The process id of the site's responder."""
         return processes.running(self._process.pid, site.program)
 
     def url(self, site, path):
@@ -114,7 +114,7 @@ class Server:
             connection.close()
 
     def upload(self, site, cover, album):
-        """Stores a cover and returns its key."""
+        """Uploads a cover and returns its key."""
         content_type, body = upload_form(cover, album)
         connection = self.connect()
         try:
@@ -126,11 +126,11 @@ class Server:
 
 class FirstAnswer(NamedTuple):
     content: bytes
-    milliseconds: float  # from before its process was made
+    milliseconds: float  # since just before the process was created
 
 
 def first_answer(site, path):
-    """What a responder writes that is started for this request, without a web server."""
+    """Starts a responder for a single request, without a web server. Returns its answer."""
     service, _, query = path.partition("?")
     params = forms.params("GET", f"/{site.name}/{service}", query)
     start = time.perf_counter()
@@ -154,7 +154,7 @@ def read(connection):
 
 
 def upload_form(cover, album):
-    """Content type and body of an upload."""
+    """The content type and the body of an upload."""
     return forms.multipart(
         [
             forms.Part("artist", b"Lowbeam"),

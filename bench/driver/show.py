@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How fast stored covers are shown, against a responder that has the same answers in memory."""
+"""The rate of showing stored covers, against a responder with the same answers in memory."""
 
 import statistics
 

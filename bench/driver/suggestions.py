@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How long suggestions take whose answers are kept, against those that are asked of all services."""
+"""The time of suggestions from kept answers, against suggestions that ask all services."""
 
 import statistics
 import sys
@@ -15,7 +15,7 @@ from catalogue import songs  # noqa: E402
 from services import Services  # noqa: E402
 
 TITLE = "Suggestions, the second time against the first"
-SONGS = 8  # as many as every service answers without a pause
+SONGS = 8  # every service answers this many without a pause
 ROUNDS_PER_ROUND = 20
 MOST_MS = 5
 
@@ -44,7 +44,7 @@ def _fields(song):
 
 
 def _post(connection, site, service, fields):
-    """Milliseconds."""
+    """Returns milliseconds."""
     start = time.perf_counter()
     connection.request("POST", f"/{site.name}/{service}", urllib.parse.urlencode(fields),
                        {"Content-Type": "application/x-www-form-urlencoded"})

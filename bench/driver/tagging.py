@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How long a cover takes into a large song file, against copying that file and having the copy on disk."""
+"""The time to write a cover into a large song file, against copying the file and flushing the copy."""
 
 import os
 import shutil
@@ -39,7 +39,7 @@ def run(scale, folder):
 
 
 def _noise(seconds):
-    """A song that can't be made smaller; it is kept for the next run."""
+    """An incompressible song. It is kept for the next run."""
     song = BUILD / f"noise-{seconds}.flac"
     if not song.exists():
         unfinished = song.with_suffix(".part")
@@ -50,7 +50,7 @@ def _noise(seconds):
 
 
 def _copy(song, copy):
-    """Milliseconds."""
+    """Returns milliseconds."""
     start = time.perf_counter()
     subprocess.run(["/bin/sh", "-c", 'cp "$1" "$2" && sync "$2"', "sh", song, copy], check=True)
     milliseconds = (time.perf_counter() - start) * 1000
@@ -59,7 +59,7 @@ def _copy(song, copy):
 
 
 def _tag(connection, site, key):
-    """Milliseconds from the request to the first answer that calls the job done."""
+    """Returns milliseconds from the request to the first answer that calls the job done."""
     start = time.perf_counter()
     job = _post(connection, site, "writeTags", {"cacheID": key, "file": "song.flac"}).split(b'<Job id="')[1].split(b'"')[0]
     while b'state="done"' not in (line := _job(connection, site, job)):

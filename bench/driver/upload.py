@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How long the upload of a new cover takes, against what it can't do without."""
+"""The time to upload a new cover, against the least that an upload has to do: decode and commit."""
 
 import statistics
 import subprocess
@@ -16,7 +16,7 @@ MOST_TIMES = 1.5
 
 
 class Floor:
-    """The program that decodes and commits, as a context manager."""
+    """The program that only decodes and commits, as a context manager."""
 
     def __init__(self, database):
         self._command = [PROGRAMS / "bench/upload_floor", database]
@@ -29,7 +29,7 @@ class Floor:
         self._process.communicate()
 
     def measure(self, content):
-        """Milliseconds of the decode and of the commit."""
+        """Returns the milliseconds of the decode and of the commit."""
         self._process.stdin.write(b"%d\n%b" % (len(content), content))
         self._process.stdin.flush()
         return tuple(map(float, self._process.stdout.readline().split()))
@@ -52,7 +52,7 @@ def run(scale, folder):
 
 
 def send(connection, site, cover, album):
-    """Milliseconds."""
+    """Returns milliseconds."""
     content_type, body = upload_form(cover, album)
     start = time.perf_counter()
     connection.request("POST", f"/{site.name}/upload", body, {"Content-Type": content_type})

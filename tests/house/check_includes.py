@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: MIT
-"""Checks that includes go one way, and that the public headers stay free of C libraries.
+"""Checks that includes go one way, and that the public headers include no C libraries.
 
-Run as a program, it prints what is wrong with the tree that it stands in, or that is given, and fails if anything is.
+Run as a program, it checks its own source tree or the given one. It prints every violation, and fails if there is one.
 """
 
 import pathlib
 import re
 import sys
 
-# What the responder sees of the cover library. Each of these includes only others of them and the C++ library...
+# The headers of the cover library that the responder may include. Each of them includes only others of them and the C++ library,
 PUBLIC_HEADERS = {
     "app/CoverCache.h",
     "app/Quavion.h",
@@ -21,15 +21,15 @@ PUBLIC_HEADERS = {
     "util/XMLParser.h",
     "xml/XMLParser.h",
 }
-# ... except where the interface itself has a C library's type.
+# except these: their interfaces have types of a C library.
 C_HEADERS = {"image/Image.h": ("gd.h",), "xml/XMLParser.h": ("libxml/",)}
 
-# Headers at a place where others look for them; they only include what is elsewhere.
+# Headers at a place that the interface fixes. They only include the real header.
 FORWARDING = {"util/Image.h": "image/Image.h", "util/XMLParser.h": "xml/XMLParser.h"}
 
 RESPONDER_LIBRARIES = ("cgicc/", "fcgiapp.h", "fcgio.h")
 
-# The layers of the house, lowest first within what each may see. No arrow goes up, and none in a circle.
+# The folders, and the folders that each may include. The lowest come first; there are no circles.
 BELOW = {
     "util": (),
     "image": ("util/",),
@@ -52,7 +52,7 @@ CPP_LIBRARY = re.compile(r"[a-z0-9_]+")
 
 
 def complaint(file, bracket, target):
-    """What is wrong when the source `file` includes `target`; None if nothing is. Paths are given from the root."""
+    """The complaint about `target`, an include of the source `file`; None if it is allowed. Paths are relative to the root."""
     layer = file.split("/")[0]
     own = bracket == '"'
     if own and target.split("/")[0] not in {*BELOW, "cgi"}:
@@ -75,7 +75,7 @@ def complaint(file, bracket, target):
 
 
 def complaints(root):
-    """One line for each include that breaks a rule."""
+    """One line for each include that breaks a rule, and for each listed header that is missing."""
     found = []
     for layer in [*BELOW, "cgi"]:
         for path in sorted(root.glob(f"{layer}/**/*")):

@@ -14,7 +14,7 @@ def test_the_includes_of_this_tree_keep_the_rules():
 
 @pytest.fixture
 def tree(tmp_path):
-    """Writes a file into a tree that is clean without it, and returns what is wrong then."""
+    """Writes a file into a clean source tree, and returns the complaints."""
     for header in PUBLIC_HEADERS:
         (tmp_path / header).parent.mkdir(exist_ok=True)
         (tmp_path / header).touch()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The whole tree is formatted, free of clang-tidy's complaints, and carries its licence tags."""
+"""The source tree is formatted, has no clang-tidy complaints, and has licence tags."""
 
 import os
 import pathlib
@@ -12,7 +12,7 @@ from check_includes import BELOW
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 FOLDERS = (*BELOW, "bench", "cgi")
 if os.environ.get("SLEEVERY_LONG"):
-    FOLDERS += ("tests",)  # as much as all the others together, and nothing of it ships
+    FOLDERS += ("tests",)  # takes as long as all others together, and does not ship
 SOURCES = sorted(
     path.relative_to(ROOT)
     for folder in {*FOLDERS, "tests"}

@@ -13,7 +13,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 class Checkout:
-    """A copy of the scripts, with stand-ins for programs that they call, which come before the real ones."""
+    """A copy of the scripts. Stand-ins for the programs that they call come first in PATH."""
 
     def __init__(self, folder):
         self.folder = folder
@@ -28,7 +28,7 @@ class Checkout:
         path.chmod(0o755)
 
     def without(self, *programs):
-        """Only the programs that the scripts need, and none of these."""
+        """Limits PATH to the programs that the scripts need, without these."""
         for program in {"bash", "sh", "dirname", "readlink", "cat", "sort", "sed", "comm", "id", "printf", "grep", "rm", "mktemp", "tail", "find", "chmod",
                         "env", "dpkg-query", "apt-get"} - set(programs):
             if not (self.bin / program).exists() and (found := shutil.which(program)):

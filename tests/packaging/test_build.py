@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""packaging/build, with a CMake and a Ninja that only say what they were asked to do."""
+"""packaging/build, with stand-ins for CMake and Ninja."""
 
 import os
 import re

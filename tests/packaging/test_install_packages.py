@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the scripts say where packages are missing. Real packages are installed by packaging/try-fresh, on a Debian of its own."""
+"""Messages of the scripts about missing packages. Only packaging/try-fresh installs real packages, on its own Debian."""
 
 import os
 import re
@@ -14,7 +14,7 @@ NOBODY = 'if [ "$1" = -u ]; then echo 1000; else echo nobody; fi'
 
 @pytest.fixture
 def user(checkout):
-    """Somebody who is not root, on a machine where nothing is installed."""
+    """A user who is not root, on a machine without installed packages."""
     checkout.stand_in("dpkg-query", NOTHING_INSTALLED)
     checkout.stand_in("id", NOBODY)
     return checkout
@@ -67,7 +67,7 @@ def test_says_that_this_is_not_debian(user):
     assert done.returncode == 1 and "this is made for Debian" in only_sentence(done)
 
 
-NOTHING_REAL = "mount -t tmpfs none /usr/sbin"  # where apt-install leaves a file for a while
+NOTHING_REAL = "mount -t tmpfs none /usr/sbin"  # apt-install writes a temporary file there
 
 
 def test_says_that_there_is_no_network(checkout):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What packaging/try-fresh says where it can do nothing."""
+"""Messages of packaging/try-fresh on machines where it can't run."""
 
 import pytest
 
