@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What answers look like, and how their parts are taken out."""
+"""Checks of answers, and functions that extract their parts."""
 
 import re
 
@@ -12,7 +12,7 @@ def exception(text):
 
 
 def stored_key(answer):
-    """The cache id in the answer to an upload that went well."""
+    """The cache id in the answer to a successful upload."""
     assert answer.status_code == 200, answer.text
     match = re.search(r"^  <Image>(\d+)</Image>\n  <Error code=\"0\">OK</Error>\n</Upload>\n\Z", answer.text, re.MULTILINE)
     assert match, answer.text
@@ -20,7 +20,7 @@ def stored_key(answer):
 
 
 def png_of(answer):
-    """The PNG in the answer of a successful show, without the text that follows it."""
+    """The PNG in the answer of a successful show, without the text after it."""
     assert answer.status_code == 200 and answer.headers["Content-Type"] == "image/png", answer.content[:200]
     assert answer.content.endswith(NOT_FOUND_TAIL)
     return answer.content[: -len(NOT_FOUND_TAIL)]

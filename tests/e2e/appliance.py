@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""An appliance that gives the replies it is told to, and ones that do whatever else a peer can do."""
+"""An appliance that gives a scripted reply, or misbehaves in a scripted way."""
 
 import contextlib
 import http.server
@@ -26,7 +26,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.reply(503)
 
     def silent(self):
-        """Until the other side has gone."""
+        """Sends nothing until the client closes the connection."""
         with contextlib.suppress(OSError):
             self.rfile.read(1)
         self.close_connection = True
@@ -61,10 +61,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
 
 class Appliance(http.server.ThreadingHTTPServer):
-    """On a port of 127.0.0.1, for as long as a `with` block lasts. What it does is in the path of its address; `reply`
-    are the bytes that it gives, `commands` those that it got."""
+    """An appliance on a port of 127.0.0.1, as a context manager. The path of its address chooses its behaviour. It answers with
+    the bytes in `reply`, and collects the received commands in `commands`."""
 
-    daemon_threads = True  # responders keep their connections
+    daemon_threads = True  # responders keep their connections open
 
     def __init__(self):
         super().__init__(("127.0.0.1", 0), Handler)
@@ -83,7 +83,7 @@ class Appliance(http.server.ThreadingHTTPServer):
         self.server_close()
 
     def handle_error(self, request, client_address):
-        pass  # a client that cuts a reply off is what is tested
+        pass  # some tests expect that the client closes the connection early
 
     def url(self, what="reply"):
         return f"http://127.0.0.1:{self.server_port}/{what}"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The bridge between the appliance's XML API and MPD, for as long as a `with` block lasts."""
+"""The bridge between the appliance's XML API and MPD, as a context manager."""
 
 import os
 import pathlib
@@ -27,7 +27,7 @@ class Answer(NamedTuple):
     body: bytes
 
     def root(self):
-        """The root element of a valid document."""
+        """Checks the document. Returns its root element."""
         assert self.headers["content-type"] == "text/xml; charset=utf-8", self
         assert self.body.startswith(b"<?xml "), self
         root = etree.fromstring(self.body, etree.XMLParser(resolve_entities=False))
@@ -37,7 +37,7 @@ class Answer(NamedTuple):
 
 
 class Bridge:
-    """On a port of 127.0.0.1, or on the Unix socket `socket`, in front of `mpd`: an address with a port, or a path."""
+    """Runs the bridge on a port of 127.0.0.1, or on the Unix socket `socket`. `mpd` is MPD's address with a port, or a path."""
 
     def __init__(self, mpd, socket=None, options=()):
         self.socket = socket
@@ -77,7 +77,7 @@ class Bridge:
                 time.sleep(0.005)
 
     def end(self):
-        """Asks it to end, and returns its exit code."""
+        """Ends the bridge with SIGTERM. Returns its exit code."""
         self.process.send_signal(signal.SIGTERM)
         code = self.process.wait(TIMEOUT_SECONDS)
         self.process = None
@@ -97,7 +97,7 @@ class Bridge:
         return connection
 
     def request(self, body=b"", method="POST", path="/", drop=(), **headers):
-        """`headers` have underscores for hyphens and win over the usual ones; those named in `drop` are not sent."""
+        """`headers` replace the usual headers; write underscores for hyphens. Headers in `drop` are not sent."""
         usual = {"Host": "localhost", "Content-Type": "text/xml; charset=utf-8", "Content-Length": len(body), "Connection": "close"}
         usual.update({name.replace("_", "-"): value for name, value in headers.items()})
         lines = [f"{method} {path} HTTP/1.1", *(f"{name}: {value}" for name, value in usual.items() if name not in drop)]
@@ -109,13 +109,13 @@ class Bridge:
             return read(connection)
 
     def command(self, xml):
-        """The status and the root element of the answer."""
+        """Sends a command. Returns the status and the root element of the answer."""
         answer = self.request(xml if isinstance(xml, bytes) else xml.encode())
         return answer.status, answer.root()
 
 
 def read(connection):
-    """The one answer on this connection."""
+    """Reads the only answer on this connection."""
     with connection.makefile("rb") as stream:
         status = int(stream.readline().split()[1])
         headers = {}
@@ -126,7 +126,7 @@ def read(connection):
 
 
 def command(name, **fields):
-    """The document of a command; a field that is None is left out."""
+    """The XML of a command. Fields with the value None are left out."""
     element = etree.Element(name)
     for field, value in fields.items():
         if value is not None:
@@ -135,12 +135,12 @@ def command(name, **fields):
 
 
 def refusal(answer):
-    """The status and the code of an answer that has to be an error."""
+    """Checks that the answer is an error. Returns its status and its code."""
     root = answer.root()
     assert root.tag == "Error" and len(root.text) > 10 and not set("<>&\n") & set(root.text), answer
     return answer.status, int(root.get("code"))
 
 
 def texts(element):
-    """The texts of its children by their names."""
+    """Maps the names of the child elements to their texts."""
     return {child.tag: child.text or "" for child in element}

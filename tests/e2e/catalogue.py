@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The made-up discography that the stand-ins for web services know, and how one searches it."""
+"""The made-up discography of the stand-ins for web services, with its searches."""
 
 import functools
 import json
@@ -21,7 +21,7 @@ def _is_dropped(mark):
 
 
 def words(text):
-    """As search engines cut a text up: folded, a Japanese character being a word; symbols where there is nothing else."""
+    """Splits a text as search engines do: folded, with each Japanese character as a word. Symbols only count if there is nothing else."""
     folded = unicodedata.normalize("NFKD", text.casefold())
     folded = "".join(c for c in folded if not _is_dropped(c)).casefold().translate(_LETTERS)
     folded = re.sub(r"(?<!\w)(\w)\.(?=\w(?!\w))", r"\1", _APOSTROPHES.sub("", folded))
@@ -38,7 +38,7 @@ class Release:
         self.id, self.date, self.status, self.country = data["id"], data["date"], data["status"], data["country"]
         self.title = data.get("title", group.title)
         self.disambiguation = data.get("disambiguation", "")
-        self.cover = data["cover"]  # the length of its sides in pixels; None: there is none
+        self.cover = data["cover"]  # the length of its sides in pixels; None: no cover
         self.group = group
         self.artist = group.artist
         self.tracks = group.tracks + [Track(title, group.artist) for title in data.get("extra", [])]
@@ -58,7 +58,7 @@ class Group:
 
     @property
     def pictured(self):
-        """The release whose cover stands for all of them."""
+        """The earliest release with a cover. Its cover represents the whole group."""
         return next((release for release in sorted(self.releases, key=lambda r: r.date) if release.cover), None)
 
 
@@ -66,7 +66,7 @@ class Recording:
     def __init__(self, key, title, artist, is_live):
         self.id = str(uuid.uuid5(uuid.NAMESPACE_URL, repr(key)))
         self.title, self.artist, self.is_live = title, artist, is_live
-        self.releases = []  # each with the number of the track
+        self.releases = []  # pairs of a release and a track number
 
     @property
     def first_date(self):
@@ -82,7 +82,7 @@ class Catalogue:
         self.recordings = self._recordings()
 
     def _recordings(self):
-        """One for each song of an artist; what was played live is another one each time."""
+        """One recording for each song of an artist, and another one for each live album."""
         found = {}
         for release in self.releases.values():
             live = release.group.id if "Live" in release.group.secondary else ""
@@ -101,7 +101,7 @@ class Catalogue:
 
     @property
     def shop_releases(self):
-        """What shops have: nothing that was never sold."""
+        """The releases that shops sell: only official ones."""
         return [release for release in self.releases.values() if release.status == "Official"]
 
     def find_albums(self, query):
@@ -115,7 +115,7 @@ class Catalogue:
                 if wanted and set(wanted) <= set(words(f"{track.artist} {track.title} {release.title}"))]
 
     def named(self, artist, album):
-        """The releases of exactly these names."""
+        """The releases with exactly these names."""
         return [release for release in self.shop_releases
                 if words(release.artist) == words(artist) and words(release.title) == words(album)]
 
@@ -127,5 +127,5 @@ def catalogue():
 
 @functools.cache
 def songs():
-    """What tagged files say, each with the release `group` that is meant, and what that `is` for people."""
+    """Songs with the tags of their files. Each has the right release `group`, and `is`, a description of it for people."""
     return json.loads((FIXTURES / "songs.json").read_text())

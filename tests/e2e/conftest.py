@@ -24,20 +24,20 @@ def server():
 
 @pytest.fixture(scope="module")
 def shared_server():
-    """One server for a module whose tests don't get into each other's way."""
+    """One server for all tests of a module. The tests must not disturb each other."""
     with Server() as running:
         yield running
 
 
 @pytest.fixture(scope="session")
 def songs(tmp_path_factory):
-    """Song files, made once."""
+    """Song files of all kinds, created once."""
     return Workshop(tmp_path_factory.mktemp("songs"))
 
 
 @pytest.fixture(scope="module")
 def tagging(tmp_path_factory):
-    """A server; `music` is the folder with its songs."""
+    """A server. `music` is the folder with its songs."""
     with Server() as server:
         server.music = tmp_path_factory.mktemp("music")
         with_music(server, server.music)
@@ -47,7 +47,7 @@ def tagging(tmp_path_factory):
 
 @pytest.fixture
 def folder(tagging, request):
-    """A folder of this test's own among the songs, where no temporary file is left behind."""
+    """A separate folder for this test in the music folder. Checks that no temporary file is left in it."""
     own = tagging.music / request.node.name.replace("/", "_")
     own.mkdir()
     yield own
@@ -56,7 +56,7 @@ def folder(tagging, request):
 
 @pytest.fixture(scope="module")
 def services():
-    """All that is asked on the web, on its own machine."""
+    """Stand-ins for all web services, on this machine."""
     with Services() as running:
         yield running
 
@@ -69,7 +69,7 @@ def asking_server():
 
 @pytest.fixture
 def responder(asking_server, services):
-    """A server that asks `services` and remembers nothing of earlier tests' answers and failures."""
+    """A server that asks `services`, without the answers and failures of earlier tests."""
     lookups.forget(asking_server)
     services.forget()
     asking_server.post("parameter", {"cmdDelete": ["sources", "musicFolder"]})
@@ -79,7 +79,7 @@ def responder(asking_server, services):
 
 @pytest.fixture(scope="session")
 def music(tmp_path_factory):
-    """A folder with the songs of a whole library, which nobody changes."""
+    """A folder with the songs of a whole library. Tests must not change it."""
     folder = tmp_path_factory.mktemp("library") / "music"
     library.make(folder, [*library.SPECIAL, *library.ordinary(14)])
     return folder
@@ -93,7 +93,7 @@ def shared_mpd(music):
 
 @pytest.fixture
 def mpd(shared_mpd):
-    """MPD with that library, an empty queue and nothing playing."""
+    """MPD with that library and an empty queue, stopped."""
     shared_mpd.reset()
     return shared_mpd
 
@@ -106,5 +106,5 @@ def shared_bridge(shared_mpd):
 
 @pytest.fixture
 def bridge(shared_bridge, mpd):
-    """The bridge before an MPD whose queue is empty."""
+    """The bridge in front of an MPD with an empty queue."""
     return shared_bridge

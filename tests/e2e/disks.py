@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Disks that get full."""
+"""Small file systems that a test can fill up."""
 
 import contextlib
 
@@ -7,7 +7,7 @@ from namespaces import with_mounts
 
 
 def small_disk(folder, options="size=3m"):
-    """Runs a command with a file system of its own on `folder`."""
+    """Returns a prefix for a command that runs it with a separate small file system on `folder`."""
     return with_mounts(f"mount -t tmpfs -o {options} none {folder}")
 
 

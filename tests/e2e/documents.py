@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The library's documents, checked against their schemas."""
+"""Checks the library's documents against their schemas."""
 
 import functools
 
@@ -13,7 +13,7 @@ def schema(name):
 
 
 def document(answer, name):
-    """The root element of the answer, which has to be a valid document `name`."""
+    """Checks that the answer is a valid document `name`. Returns its root element."""
     assert (answer.status_code, answer.headers["Content-Type"]) == (200, "text/xml"), answer.text[:500]
     root = etree.fromstring(answer.content, etree.XMLParser(resolve_entities=False, huge_tree=True))
     assert root.getroottree().docinfo.encoding == "UTF-8"

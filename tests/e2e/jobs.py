@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Covers that are to be written into song files, and what the library tells about that."""
+"""Jobs that write covers into song files, and their states."""
 
 import contextlib
 import dataclasses
@@ -17,7 +17,7 @@ COVERS = {"JPEG": fixture("progressive.jpg"), "PNG": png((300, 200), seed=7)}
 
 
 def with_music(server, music, **parameters):
-    """Tells the server where the songs are."""
+    """Sets the server's music folder."""
     assert server.post("parameter", {"musicFolder": str(music), "tagRetryPause": "1", **parameters}).status_code == 200
     return server
 
@@ -32,7 +32,7 @@ class Job:
 
 
 class Cover:
-    """The entry of a song of its own in the library of `server`."""
+    """A new entry in the store of `server`, with a cover."""
 
     def __init__(self, server, image, content_type=None):
         self.server = server
@@ -44,7 +44,7 @@ class Cover:
         return stored_key(self.server.upload(image, content_type, **self.song))
 
     def write(self, *files):
-        """Queues the jobs. Returns the ids of those for the files."""
+        """Queues the jobs. Returns the ids of the files' jobs."""
         answer = self.server.post("writeTags", [("cacheID", self.key), *(("file", file) for file in files)])
         assert answer.status_code == 200, answer.text
         ids = [int(id) for id in re.findall(r'<Job id="(\d+)"/>', answer.text)]
@@ -60,7 +60,7 @@ class Cover:
         return [Job(int(job.get("id")), *map(job.get, ("kind", "state", "file", "reason"))) for job in self.entry().findall("Job")]
 
     def jobs_once(self, condition):
-        """The jobs, once the condition holds for them."""
+        """Waits until the condition holds for the jobs. Returns them."""
         last = []
 
         def holds():
@@ -71,15 +71,15 @@ class Cover:
         return last
 
     def settled(self):
-        """The jobs, once there is nothing left to do."""
+        """Waits until all jobs are done or failed. Returns them."""
         return self.jobs_once(lambda jobs: all(job.state in ("done", "failed") for job in jobs))
 
     def postponed(self):
-        """The jobs, once one of them has been tried in vain and is queued again."""
+        """Waits until a job has failed once and is queued again. Returns all jobs."""
         return self.jobs_once(lambda jobs: any(job.state == "queued" and job.reason for job in jobs))
 
     def write_all(self, *files):
-        """Writes the cover into the files, which works."""
+        """Writes the cover into the files, and checks that it works."""
         self.write(*files)
         jobs = self.settled()
         assert all(job.state == "done" and job.reason is None for job in jobs), jobs
@@ -93,7 +93,7 @@ class Cover:
 
 
 def state_of(path):
-    """All that a change of a file or a folder and what is in it would change."""
+    """A value that changes with every change to a file, or to a folder and its content."""
     if path.is_symlink():
         return "link", path.readlink()
     status = path.stat()
@@ -105,7 +105,7 @@ def state_of(path):
 
 @contextlib.contextmanager
 def unchanged(folder):
-    """Checks that what happens inside changes nothing below `folder`, and leaves nothing there."""
+    """Checks that the `with` block changes nothing below `folder`, and leaves no files there."""
     before = state_of(folder)
     yield
     assert state_of(folder) == before

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A library of some hundred tagged songs, most of half a second; a few seconds of work."""
+"""A library of a few hundred tagged songs, most of them half a second long. Creating it takes a few seconds."""
 
 import dataclasses
 import itertools
@@ -14,7 +14,7 @@ SOUNDS = {"flac": [], "mp3": ["-c:a", "libmp3lame"], "ogg": ["-c:a", "libvorbis"
 
 @dataclasses.dataclass(frozen=True)
 class Song:
-    """`file` is the path below the music folder; `number` and `disc` stand as in the tag."""
+    """`file` is the path below the music folder. `number` and `disc` are written as in the tag."""
 
     file: str
     title: str | None = None
@@ -31,7 +31,7 @@ class Song:
 
 
 def album(folder, artist, name, count, *, kind="flac", album_artist=None, artists=None, disc=None, number="{}"):
-    """In playing order, and so that the file names tell another one."""
+    """An album's songs in playing order. The order of the file names is different."""
     artists = itertools.cycle(artists or [artist])
     return [Song(f"{folder}/{chr(ord('z') - at)} {at}.{kind}", f"{name} {at}", next(artists), name, album_artist,
                  number.format(at), disc) for at in range(1, count + 1)]
@@ -59,7 +59,7 @@ ARTISTLESS = [Song("Anonymous/1.mp3", "Who Is It", None, "Anonymous", number="1"
 ALBUMLESS = [Song("Single.flac", "A Single", "The Nameless"), Song("nothing at all.mp3")]
 LONG = [Song("Long/1.flac", "Silence", "Nobody", "Ten Minutes", "Nobody", "1")]
 
-# The artist and the name of an album; each is also the folder's name, but for the slash.
+# Artist and name of albums. The name is also the folder's name, except for slashes.
 ODD_NAMES = [
     ("Bj\u00f6rk-\u00c4hnlich", "\u00dcber\u00adgr\u00f6\u00dfe \u00e6\u00f0"),
     ("\u6771\u4eac\u4e8b\u5909", "\u52dd\u8a34\u30b9\u30c8\u30ea\u30c3\u30d7"),

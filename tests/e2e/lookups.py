@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Questions for covers and albums, and what their answers say."""
+"""Look-ups of covers and albums, and functions that extract parts of the answers."""
 
 import contextlib
 import sqlite3
@@ -24,12 +24,12 @@ def change_store(server, *commands):
 
 
 def after_a_day(server):
-    """The services may be asked at once again."""
+    """Resets the rate limits, so that the services can be asked at once."""
     change_store(server, "UPDATE services SET turn = 0")
 
 
 def forget(server):
-    """As if no service had ever been asked for anything."""
+    """Deletes all answers and states of services from the store."""
     change_store(server, "DELETE FROM answers", "DELETE FROM services")
 
 
@@ -46,7 +46,7 @@ def states(root):
 
 
 def reasons(root):
-    """Why sources failed."""
+    """Maps each failed source to its reason."""
     return {source.get("name"): source.get("reason") for source in root.iterfind("WebSource") if source.get("state") == "failed"}
 
 
@@ -59,10 +59,10 @@ def texts(root, path):
 
 
 def suggestion_from(root, source):
-    """The best one that this source, too, has named."""
+    """The best suggestion that names this source."""
     return next(each for each in root.iterfind("Suggestion") if source in texts(each, "Source"))
 
 
 def sources_of(root):
-    """Whoever has named at least one of the suggestions."""
+    """All sources of at least one suggestion."""
     return set(texts(root, "Suggestion/Source"))

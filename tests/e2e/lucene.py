@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""As much of the Lucene query syntax as the responder uses: `field:"phrase"`, `field:word~` and `field:(word~ AND word)`, joined
-by AND, with characters escaped by a backslash."""
+"""The part of the Lucene query syntax that the responder uses: `field:"phrase"`, `field:word~` and `field:(word~ AND word)`, joined
+by AND. A backslash escapes a character."""
 
 import re
 
@@ -23,7 +23,7 @@ def _unescaped(text):
 
 
 def _is_near(one, other):
-    """Whether at most two letters have to be changed, put in, left out or swapped."""
+    """True if at most two edits turn one word into the other. An edit replaces, inserts, removes or swaps letters."""
     if abs(len(one) - len(other)) > _MOST_EDITS:
         return False
     before, above = [], list(range(len(other) + 1))
@@ -76,7 +76,7 @@ def _words(text):
 
 
 def parse(query):
-    """The query as a function from a dictionary (field name to a list of texts) to a score, which is 0 for what doesn't match."""
+    """Returns a function that scores a dictionary from field names to lists of texts. The score is 0 if the query does not match."""
     clauses, position = [], 0
     while True:
         match = _CLAUSE.match(query, position)

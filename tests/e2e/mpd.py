@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The real MPD on a folder of music, without a sound, for as long as a `with` block lasts; and its text protocol."""
+"""The real MPD on a music folder, without sound output, as a context manager; and a client for its text protocol."""
 
 import contextlib
 import pathlib
@@ -18,11 +18,11 @@ MPD = "/usr/bin/mpd"
 
 
 class Refused(Exception):
-    """MPD's ACK."""
+    """MPD answered with ACK."""
 
 
 def quoted(argument):
-    """As MPD wants an argument of a command."""
+    """Quotes an argument of a command for MPD."""
     return '"' + str(argument).replace("\\", "\\\\").replace('"', '\\"') + '"'
 
 
@@ -49,7 +49,7 @@ class Client:
         self._socket.close()
 
     def __call__(self, command, *arguments):
-        """What MPD answers, as pairs of a name and a value."""
+        """Sends a command. Returns MPD's answer as pairs of a name and a value."""
         self._socket.sendall((" ".join([command, *map(quoted, arguments)]) + "\n").encode())
         pairs = []
         while (line := self._line()) != "OK":
@@ -59,7 +59,7 @@ class Client:
         return pairs
 
     def wait_for_the_end(self):
-        """Returns when MPD has closed the connection."""
+        """Waits until MPD closes the connection."""
         while self._lines.readline():
             pass
 
@@ -71,9 +71,9 @@ class Client:
 
 
 class Mpd:
-    """Listens on the Unix socket `socket` and on `port` of 127.0.0.1, and plays `music` into nothing.
+    """MPD on the folder `music`, without sound output. It listens on the Unix socket `socket` and on `port` of 127.0.0.1.
 
-    Its database and the rest of its files live in a folder of its own, and outlive a restart.
+    Its database and its other files are in a separate folder, and survive a restart.
     """
 
     def __init__(self, music, settings="", mixer="software"):
@@ -148,7 +148,7 @@ audio_output {{
         self.start()
 
     def freeze(self):
-        """From now on it accepts connections and answers nothing."""
+        """Stops MPD's process. The kernel still accepts connections, but MPD does not answer."""
         self.process.send_signal(signal.SIGSTOP)
 
     def thaw(self):
@@ -163,7 +163,7 @@ audio_output {{
             return client(command, *arguments)
 
     def update(self):
-        """Returns once the database knows what is in the folder."""
+        """Updates MPD's database. Returns when it is complete."""
         with self.client() as client:
             client("update")
             while "updating_db" in dict(client("status")):
@@ -177,7 +177,7 @@ audio_output {{
         return [value for name, value in self.ask("playlistinfo") if name == "file"]
 
     def reset(self):
-        """As it was at first: an empty queue, nothing playing."""
+        """Restores the initial state: an empty queue, stopped."""
         with self.client() as client:
             for command in (("clear",), ("setvol", 100), ("repeat", 0), ("random", 0), ("single", 0), ("clearerror",)):
                 client(*command)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Answers of the searches of MusicBrainz, out of the catalogue."""
+"""Answers of MusicBrainz searches, from the catalogue."""
 
 import uuid
 from xml.sax.saxutils import escape, quoteattr
@@ -88,7 +88,7 @@ def _recording_fields(recording):
             "release": [release.title for release, _ in recording.releases]}
 
 
-# What can be searched for: the things, their fields, and how they are written.
+# For each searchable entity: its objects, their fields, and the function that writes them.
 _ENTITIES = {
     "release": (lambda: catalogue().releases.values(), _release_fields,
                 lambda release, score: _release(release, score, artist=release.artist)),
@@ -102,7 +102,7 @@ def _number(parameters, name, default):
 
 
 def search(entity, parameters):
-    """Status and document of the answer to /ws/2/ENTITY."""
+    """The status and the document of the answer to /ws/2/ENTITY."""
     things, fields, written = _ENTITIES[entity]
     limit = _number(parameters, "limit", DEFAULT_RESULTS)
     limit = limit if 1 <= limit <= MOST_RESULTS else DEFAULT_RESULTS

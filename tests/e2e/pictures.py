@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Pictures for tests, and what their pixels should be once they are shown."""
+"""Pictures for tests, and the pixels that `show` should deliver."""
 
 import io
 import pathlib
@@ -38,7 +38,7 @@ QUARTERS = ((224, 32, 32), (32, 224, 32), (32, 32, 224), (224, 224, 32))
 
 
 def noise(side, format, **options):
-    """A large file: four quarters of different colours, in noise that no encoder makes much smaller."""
+    """A large image file: four quarters in different colours, with incompressible noise."""
     dark = Image.frombytes("RGB", (side, side), random.Random(side).randbytes(side * side * 3))
     colours = Image.new("RGB", (2, 2))
     colours.putdata(QUARTERS)
@@ -48,7 +48,7 @@ def noise(side, format, **options):
 
 
 def has_the_quarters(picture):
-    """True for an upright picture that shows what `noise` makes."""
+    """True for a picture from `noise` that is upright."""
     small = picture.convert("RGB").resize((2, 2), Image.Resampling.BOX)
     half = [tuple(value // 2 + 64 for value in colour) for colour in QUARTERS]
     return all(abs(value - wanted) < 16 for found, expected in zip(small.getdata(), half) for value, wanted in zip(found, expected))

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The real responder behind the real lighttpd, in a folder of its own, for as long as a `with` block lasts."""
+"""The real responder behind the real lighttpd, in a separate folder, as a context manager."""
 
 import contextlib
 import os
@@ -20,12 +20,12 @@ TIMEOUT_SECONDS = 60
 
 
 def descendants(pids):
-    """These processes and every one that they have started, directly or not."""
+    """These processes and all their descendants."""
     todo, found = list(pids), []
     while todo:
         pid = todo.pop()
         found.append(pid)
-        with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # it may end at any moment
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):  # a process may end at any moment
             for thread in pathlib.Path(f"/proc/{pid}/task").iterdir():
                 todo += map(int, (thread / "children").read_text().split())
     return found
@@ -55,9 +55,9 @@ def wait_for_the_end_of(pids, seconds=TIMEOUT_SECONDS):
 
 
 class Server:
-    """lighttpd with `processes` responders on the state folder `state` (default: a new one that goes in the end).
+    """lighttpd with `processes` responders on the state folder `state` (default: a temporary one).
 
-    `prefix` is a command that runs lighttpd, such as one that takes rights or space away from it.
+    `prefix` is a command that runs lighttpd, for example with fewer rights or less space.
     """
 
     def __init__(self, state=None, processes=2, prefix=(), environment=None):
@@ -85,7 +85,7 @@ class Server:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def start(self):
-        self.folder.chmod(0o777)  # the rights of some tests are few
+        self.folder.chmod(0o777)  # some tests run lighttpd with few rights
         configuration = self.folder / "lighttpd.conf"
         arguments = [self.port, self.processes, self.folder, self.state, RESPONDER]
         configuration.write_bytes(subprocess.check_output([ROOT / "packaging/lighttpd-conf", *map(str, arguments)]))
@@ -97,7 +97,7 @@ class Server:
         self._wait_until_it_listens()
 
     def _wait_until_it_listens(self):
-        # A connection is refused until lighttpd listens, and then answered, however long that takes.
+        # Connections are refused until lighttpd listens. Then the request waits for its answer.
         while True:
             try:
                 requests.get(self.url(""), timeout=TIMEOUT_SECONDS)
@@ -115,9 +115,9 @@ class Server:
         self.lighttpd = None
         while running := list(filter(is_running, descendants(running))):
             try:
-                wait_for_the_end_of(running, seconds=1)  # they may be in the middle of a request, or of a song
+                wait_for_the_end_of(running, seconds=1)  # they may still work on a request or a song
             except TimeoutError:
-                # multiwatch does not pass the signal on to a responder that it is just starting, and waits for it for ever.
+                # multiwatch does not pass SIGTERM on to a responder that it is just starting, and waits for it for ever.
                 for pid in filter(is_a(RESPONDER), descendants(running)):
                     with contextlib.suppress(ProcessLookupError):
                         os.kill(pid, signal.SIGTERM)
@@ -133,7 +133,7 @@ class Server:
         return requests.get(self.url(service), params=fields, timeout=TIMEOUT_SECONDS)
 
     def post(self, service, fields, query=None, files=None):
-        """`fields` are pairs of a name and a value, or a dictionary."""
+        """`fields` is a list of pairs of a name and a value, or a dictionary."""
         return requests.post(self.url(service), params=query, data=fields, files=files, timeout=TIMEOUT_SECONDS)
 
     def upload(self, image, content_type="image/jpeg", name="cover.jpg", **fields):
@@ -141,19 +141,19 @@ class Server:
                              timeout=TIMEOUT_SECONDS)
 
     def messages(self):
-        """What lighttpd and the responders wrote to standard error so far."""
+        """The standard error of lighttpd and the responders so far."""
         return self.log.read_text(errors="backslashreplace")
 
     def responder_pids(self):
-        """The responders, that is, the children of multiwatch."""
+        """The process ids of the responders, the children of multiwatch."""
         return list(filter(is_a(RESPONDER), descendants([self.lighttpd.pid])))
 
     def tagger_pids(self):
-        """What the responders have started to write into song files."""
+        """The process ids of the running taggers."""
         return list(filter(is_a(RESPONDER.with_name("sleevery-tagger")), descendants([self.lighttpd.pid])))
 
     def wait_for_responders(self):
-        """The responders, once there are as many as there should be."""
+        """Waits until all responders run. Returns their process ids."""
         deadline = time.monotonic() + TIMEOUT_SECONDS
         while len(pids := self.responder_pids()) != self.processes:
             assert time.monotonic() < deadline, f"{len(pids)} responders"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A web server that stands in for all the services that covers are looked up from, for as long as a `with` block lasts."""
+"""A web server that stands in for all services of look-ups, as a context manager."""
 
 import contextlib
 import http.server
@@ -22,10 +22,10 @@ SLOW_BYTES_PER_SECOND = 4
 
 class Request(NamedTuple):
     service: str
-    path: str  # behind the service's prefix
+    path: str  # after the service's prefix
     parameters: dict
     headers: dict
-    at: float  # as time.monotonic() has it
+    at: float  # a time of time.monotonic()
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -38,7 +38,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         path = "/" + path[:-1]
         parameters = dict(urllib.parse.parse_qsl(url.query, keep_blank_values=True))
         path = urllib.parse.unquote(path)
-        fault = self.server.faults.get(service)  # a test may mend it once it knows of the request
+        fault = self.server.faults.get(service)  # read before note(): a test may repair the service as soon as it sees the request
         self.server.note(Request(service, path, parameters, dict(self.headers), time.monotonic()))
         if service in self.server.slower_than:
             self.server.wait_for_answer(self.server.slower_than[service])
@@ -77,19 +77,19 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.wfile.write(body)
 
     def dead(self):
-        """Says nothing until the other side has gone."""
+        """Sends nothing until the client closes the connection."""
         self.close_connection = True
         self.rfile.read(1)
 
     def hang_up(self):
-        """Closes the connection without a word."""
+        """Closes the connection without an answer."""
         self.close_connection = True
 
     def malformed(self):
         self.answer(200, b'<?xml version="1.0"?><metadata><release-list>{"results": [{"' + b"\xff\xfe\x00" * 20)
 
     def huge(self):
-        """Doesn't say beforehand how much there will be."""
+        """Sends a huge answer without declaring its length."""
         self.close_connection = True
         self.send_response(200)
         self.end_headers()
@@ -97,12 +97,12 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.wfile.write(b" " * 65536)
 
     def boast(self):
-        """Announces more than anybody wants."""
+        """Declares a huge answer."""
         self.close_connection = True
         self.answer(200, b"{", length=HUGE_BYTES)
 
     def drip(self):
-        """Never is silent for long, and never gets to an end."""
+        """Sends a byte now and then, and never ends."""
         self.close_connection = True
         self.answer(200, b"{", length=MODEST_BYTES)
         while not self.server.ending.wait(1 / SLOW_BYTES_PER_SECOND):
@@ -112,7 +112,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.answer(302, headers={"Location": self.server.url() + self.path})
 
     def picture(self):
-        """A cover where a document is expected."""
+        """Sends a cover instead of a document."""
         self.answer(200, fixture("baseline.jpg"), {"Content-Type": "application/json"})
 
     def log_message(self, *_):
@@ -124,11 +124,11 @@ FAULTS = {fault.__name__: fault for fault in
 
 
 class Services(http.server.ThreadingHTTPServer):
-    """Serves musicbrainz, itunes and so on below one prefix each on a port of 127.0.0.1.
+    """Serves musicbrainz, itunes and so on at a port of 127.0.0.1, each below its own prefix.
 
-    `faults` says for each service that is to be broken how: one of FAULTS, or a status ("429" and "503" come with Retry-After, a
-    number of `retry_after_seconds`). `slower_than` names for a service another one that has to answer before it. `requests` has each
-    Request so far, those for pictures too.
+    `faults` maps broken services to their fault: one of FAULTS, or a status. The statuses "429" and "503" come with a Retry-After of
+    `retry_after_seconds`. `slower_than` maps a service to another one that has to answer first. `requests` has all requests so far,
+    including those for pictures.
     """
 
     daemon_threads = False
@@ -156,7 +156,7 @@ class Services(http.server.ThreadingHTTPServer):
         with self._lock:
             for connection in self._connections:
                 with contextlib.suppress(OSError):
-                    connection.shutdown(socket.SHUT_RDWR)  # whoever waits for the other side to speak
+                    connection.shutdown(socket.SHUT_RDWR)  # ends handlers that wait for the client
         self.server_close()
 
     def process_request(self, request, client_address):
@@ -170,7 +170,7 @@ class Services(http.server.ThreadingHTTPServer):
         super().shutdown_request(request)
 
     def handle_error(self, request, client_address):
-        pass  # a client that cuts off what it doesn't want is what is tested
+        pass  # some tests expect that the client closes the connection early
 
     def note(self, request):
         with self._lock:
@@ -187,13 +187,13 @@ class Services(http.server.ThreadingHTTPServer):
             assert self._lock.wait_for(lambda: service in self._answered, TIMEOUT_SECONDS), service
 
     def wait_for_request(self, service):
-        """The first request to this service, once there is one."""
+        """Waits for the first request to this service. Returns it."""
         with self._lock:
             assert self._lock.wait_for(lambda: any(r.service == service for r in self.requests), TIMEOUT_SECONDS), service
         return self.asked(service)[0]
 
     def forget(self):
-        """As if nobody had asked for anything yet, and nothing were wrong with any service."""
+        """Forgets all requests and faults."""
         with self._lock:
             for of_one_test in (self.requests, self.faults, self.slower_than, self._answered):
                 of_one_test.clear()
@@ -206,7 +206,7 @@ class Services(http.server.ThreadingHTTPServer):
             return [request for request in self.requests if request.service == service]
 
     def parameters(self):
-        """What the responder's parameters have to be for it to ask this server, with every key."""
+        """The parameters with which the responder asks this server, with all keys."""
         urls = {"musicBrainzUrl": "musicbrainz", "coverArtArchiveUrl": "coverartarchive", "itunesUrl": "itunes", "deezerUrl": "deezer",
                 "lastFmUrl": "lastfm", "audioDbUrl": "audiodb", "discogsUrl": "discogs", "fanartTvUrl": "fanarttv",
                 "amazonUrl": "amazon"}
