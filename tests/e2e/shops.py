@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-"""Answers of the services beside MusicBrainz, out of the catalogue.
+"""Answers of all services except MusicBrainz, from the catalogue.
 
-Each function gets the base URL of all stand-ins, the path behind the service's prefix, the parameters and the headers, and gives
+Each function takes the base URL of all stand-ins, the path after the service's prefix, the parameters and the headers. It returns
 status, body and headers.
 """
 
@@ -21,7 +21,7 @@ from PIL import Image, ImageDraw
 KEYS = {"lastfm": "lastfm-key", "audiodb": "123", "discogs": "discogs-token", "fanarttv": "fanart-key", "amazon": "amazon-key"}
 AMAZON_SECRET = "1234567890"
 AMAZON_TAG = "tag-20"
-_STAR = "2a96cbd8b46e442fc41c2b86b821562f"  # Last.fm's picture of no picture
+_STAR = "2a96cbd8b46e442fc41c2b86b821562f"  # Last.fm's placeholder for a missing picture
 _UUID = re.compile("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}")
 _PICTURE_SERVICES = ("archive-node", "itunes-art", "deezer-cdn", "lastfm-cdn", "audiodb-cdn", "discogs-cdn", "fanarttv-cdn", "amazon-cdn")
 
@@ -40,13 +40,13 @@ def _to(status, url):
 
 
 def _number_of(release):
-    """A number for services whose ids are numbers; past 32 bits, as real ones are."""
+    """The release's id for services with numbers as ids. It needs more than 32 bits, like real ones."""
     return 10 ** 10 + int(release.id[:8], 16)
 
 
 @functools.lru_cache(maxsize=64)
 def picture(release_id, side):
-    """The JPEG of a release's cover: a colour and a pattern of its own."""
+    """The cover of a release as JPEG. Every release has a different colour and pattern."""
     digest = hashlib.sha256(release_id.encode()).digest()
     image = Image.new("RGB", (side, side), tuple(digest[:3]))
     draw = ImageDraw.Draw(image)
@@ -59,7 +59,7 @@ def picture(release_id, side):
 
 
 def pictures(base, path, parameters, headers):
-    """/RELEASE/SIDE and whatever the service hangs behind it; never larger than the cover is."""
+    """Answers /RELEASE/SIDE with any suffix. The picture is never larger than the cover."""
     release_id, side = re.match(rf"/({_UUID.pattern})/(\d+)", path).group(1, 3)
     release = catalogue().releases.get(release_id)
     if not release or not release.cover:
@@ -90,7 +90,7 @@ def cover_art_archive(base, path, parameters, headers):
 
 
 def archive(base, path, parameters, headers):
-    """archive.org, which sends everybody on to one of its nodes, and the index there."""
+    """archive.org: redirects to one of its nodes, or delivers the index there."""
     match = re.fullmatch(rf"/(download|items)/mbid-({_UUID.pattern})/(.*)", path)
     release = match and catalogue().releases.get(match.group(2))
     if not release or not release.cover:
@@ -278,7 +278,7 @@ def amazon(base, path, parameters, headers):
 
 
 def _is_signed(parameters, headers):
-    """Whether the signature is of these parameters; the prefix and the port of a stand-in may be part of it."""
+    """True if the signature fits these parameters. It may include the prefix and the port of a stand-in."""
     quote = functools.partial(urllib.parse.quote, safe="-_.~")
     joined = "&".join(f"{quote(name)}={quote(value)}" for name, value in sorted(parameters.items()) if name != "Signature")
     host = headers.get("Host", "").lower()

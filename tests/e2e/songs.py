@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Song files of every kind, and what other programs see in them: mutagen and ffmpeg."""
+"""Song files of every kind, and readers of their content through mutagen and ffmpeg."""
 
 import base64
 import dataclasses
@@ -13,7 +13,7 @@ from pictures import png
 
 MP3 = ["-c:a", "libmp3lame", "-id3v2_version", "0", "-write_xing", "0"]
 
-# The extension, and the options of ffmpeg; None where it has no encoder.
+# The extension and the options of ffmpeg; None if ffmpeg has no encoder.
 RECIPES = {
     "mp3-v2.3": ("mp3", MP3),
     "mp3-v2.4": ("mp3", MP3),
@@ -44,8 +44,8 @@ def run(*command, **options):
 
 
 def silent_ape(behind=b""):
-    """Nobody packages an encoder, but a second of silence is two words, and a real decoder plays it. It doesn't look at what stands
-    behind that in the sound."""
+    """A Monkey's Audio file with a second of silence. No package has an encoder, but the sound is only two words, and real decoders play
+    it. They ignore the bytes `behind` it."""
     sound = struct.pack("<II24x", 0x80000000, 3) + behind
     descriptor = struct.pack("<4sHHIIIIIQ16x", b"MAC ", 3990, 0, 52, 24, 4, 0, len(sound), 0)
     header = struct.pack("<HHIIIHHI", 1000, 32, 73728, 44100, 1, 16, 2, 44100)
@@ -53,14 +53,14 @@ def silent_ape(behind=b""):
 
 
 class Workshop:
-    """Makes each kind of song once, in `folder`, and hands out copies."""
+    """Creates each kind of song once, in `folder`, and returns copies."""
 
     def __init__(self, folder):
         self.folder = folder
         self.made = {}
 
     def copy(self, kind, folder, name=None, noise_bytes=None):
-        """A tagged song of half a second; with `noise_bytes` one that has so much sound as no encoder makes smaller, and no tags."""
+        """A tagged song of half a second. With `noise_bytes`, an untagged song of so many bytes of incompressible sound."""
         if (kind, noise_bytes) not in self.made:
             self.made[kind, noise_bytes] = self._make(kind, noise_bytes)
         song = folder / (name or f"{kind}.{RECIPES[kind][0]}")
@@ -89,7 +89,7 @@ def encode(source, options, song, pcm=b""):
 
 
 def add_tags(song, kind):
-    """Texts, a front and a back cover, and something that only its own program understands."""
+    """Adds texts, a front cover, a back cover, and data of an unknown program."""
     if kind.startswith("mp3"):
         tags = id3.ID3()
         add_id3_frames(tags, 3 if kind == "mp3-v2.3" else 4)
@@ -124,7 +124,7 @@ def add_tags(song, kind):
 
 
 def add_id3_frames(tags, version):
-    """Version 2.3 has no UTF-8."""
+    """Adds ID3 frames. Version 2.3 has no UTF-8."""
     encoding = id3.Encoding.UTF16 if version == 3 else id3.Encoding.UTF8
     year = id3.TYER(encoding=encoding, text="1999") if version == 3 else id3.TDRC(encoding=encoding, text="1999-12-31")
     for frame in (id3.TIT2(encoding=encoding, text=NOTE), id3.TPE1(encoding=encoding, text=ARTIST),
@@ -154,14 +154,14 @@ def add_xiph_comment(song, kind):
 
 @dataclasses.dataclass
 class Seen:
-    """What other programs see in a song file. `others`: all pictures but the front cover; `tags`: everything else."""
+    """The content of a song file as other programs read it. `others` are all pictures except the front cover; `tags` is everything else."""
 
     fronts: list
     others: list
     tags: list
-    shown: bytes  # the picture that ffmpeg finds first
-    texts: bytes  # of ffprobe
-    sound: bytes  # the MD5 of what is to be heard
+    shown: bytes  # the first picture that ffmpeg finds
+    texts: bytes  # from ffprobe
+    sound: bytes  # MD5 of the decoded sound
 
     def but_for_the_front(self):
         return {"others": self.others, "tags": self.tags, "texts": self.texts, "sound": self.sound}
@@ -169,7 +169,7 @@ class Seen:
 
 def look(song, kind):
     fronts, others, tags = READERS[kind](song)
-    if kind == "wma":  # whose pictures over 64 KB ffmpeg does not find
+    if kind == "wma":  # ffmpeg does not find WMA pictures over 64 KB
         shown = fronts[0] if fronts else None
     else:
         shown = run("ffmpeg", "-v", "error", "-i", song, "-map", "0:v:0?", "-c", "copy", "-f", "image2pipe", "-")
@@ -183,7 +183,7 @@ def sound_of(song):
 
 
 def by_type(pictures):
-    """`pictures` are triples of a type, the bytes, and whatever else is known of one."""
+    """`pictures` are triples: the type, the bytes and any other data."""
     return [data for type_, data, _ in pictures if type_ == FRONT], [one for one in pictures if one[0] != FRONT]
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Commands to an appliance, and what becomes of one that fails."""
+"""Commands to an appliance, and their failures."""
 
 import contextlib
 import socket
@@ -15,7 +15,7 @@ from waiting import wait_until
 
 DECLARATION = '<?xml version="1.0" encoding="UTF-8"?>\n'
 COMMAND = "<GetPlayerState/>"
-SLACK_SECONDS = 5  # of a machine that has other things to do
+SLACK_SECONDS = 5  # for a busy machine
 COVER = png((30, 20), seed=7)
 
 
@@ -27,7 +27,7 @@ def appliance():
 
 @pytest.fixture
 def linked(shared_server, appliance):
-    """A server with the appliance, which gives its usual reply."""
+    """A server that uses the appliance. The appliance gives its usual reply."""
     appliance.reply, appliance.content_type = b"<PlayerState/>", "text/xml"
     appliance.commands.clear()
     use(shared_server, appliance.url())
@@ -44,7 +44,7 @@ def send(server, command=COMMAND, **fields):
 
 
 def works(server, appliance):
-    """The next request is served, once the appliance is well again."""
+    """True if the server works again with a good appliance."""
     use(server, appliance.url())
     return send(server).text == DECLARATION + appliance.reply.decode()
 
@@ -116,7 +116,7 @@ def test_a_peer_that_refuses_connections_is_named(linked, appliance):
 
 @contextlib.contextmanager
 def deaf_peer():
-    """The address of one that never takes up a connection: the few that may wait are there already."""
+    """The address of a peer that never accepts a connection: its queue of waiting connections is full."""
     with contextlib.ExitStack() as stack:
         listener = stack.enter_context(socket.socket())
         listener.bind(("127.0.0.1", 0))
@@ -155,7 +155,7 @@ def test_tracks_are_those_of_the_appliance(linked, appliance):
 
 
 def test_tracks_are_asked_for_as_the_cache_completes_the_song(linked, appliance):
-    linked.post("parameter", {"cmdDelete": "deviceUrl"})  # or the upload would ask for the current cover at some moment
+    linked.post("parameter", {"cmdDelete": "deviceUrl"})  # so that the upload does not ask for the current cover
     linked.upload(COVER, "image/png", artist="Lowbeam", title="Known Song", album="Known Album")
     use(linked, appliance.url())
     appliance.reply = b"<AlbumSongs/>"
@@ -180,7 +180,7 @@ def test_what_is_no_list_of_songs_is_an_exception(linked, appliance):
         assert linked.post("tracks", {"album": "Paper Lanterns"}).text == exception(text)
 
 
-# The picture of what is playing.
+# The current cover.
 
 PLAYING = b"<CurrentSong><Song><Artist>Lowbeam</Artist><Title>Tide</Title><Album>Shown Album</Album><File>a</File></Song></CurrentSong>"
 
@@ -213,7 +213,7 @@ def test_nobody_waits_for_a_dead_appliance(server, appliance):
     begin = time.monotonic()
     stored_key(server.upload(COVER, "image/png", artist="Lowbeam", album="Shown Album"))
     wait_until(lambda: appliance.commands)
-    for _ in range(3):  # while it is waited for
+    for _ in range(3):  # while the responder waits for the appliance
         stored_key(server.upload(COVER, "image/png", artist="Lowbeam", album="Shown Album"))
     assert time.monotonic() - begin < 10 + SLACK_SECONDS
     begin = time.monotonic()

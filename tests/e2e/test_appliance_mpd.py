@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The services that turn to the appliance, with the bridge and a real MPD for one."""
+"""The services that use the appliance, with the bridge and a real MPD."""
 
 import time
 
@@ -14,7 +14,7 @@ from mutagen.flac import FLAC
 from mpd import Mpd
 from server import Server
 
-SLACK_SECONDS = 5  # of a machine that has other things to do
+SLACK_SECONDS = 5  # for a busy machine
 
 ALBUMS = {
     "twenty songs": (library.TWENTY, {}),
@@ -31,7 +31,7 @@ ALBUMS = {
 
 @pytest.fixture(scope="module")
 def appliance(shared_mpd):
-    """A responder whose appliance is the bridge on a Unix socket."""
+    """A responder with the bridge on a Unix socket as its appliance."""
     with Bridge(shared_mpd.socket, socket=shared_mpd.folder / "bridge") as bridge, Server(processes=1) as server:
         server.post("parameter", {"deviceUrl": f"unix:{bridge.socket}"})
         yield server
@@ -64,7 +64,7 @@ def own_mpd(tmp_path_factory):
 
 @pytest.fixture(scope="module")
 def chain(own_mpd):
-    """A bridge that gives MPD a second, and a responder that asks it."""
+    """A bridge with a time-out of one second for MPD, and a responder that uses it."""
     with Bridge(own_mpd.socket, options=["--mpd-timeout", "1"]) as bridge, Server(processes=1) as server:
         server.post("parameter", {"deviceUrl": f"http://127.0.0.1:{bridge.port}/"})
         yield bridge, server

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Whatever comes in: a clear answer, nothing that is stored is lost or changed, and the same process serves the next request."""
+"""Bad input gets a clear answer. It changes no stored data, and the same process serves the next request."""
 
 import contextlib
 import os
@@ -31,7 +31,7 @@ GOOD = png(seed=77)
 
 @contextlib.contextmanager
 def unharmed(server):
-    """Checks that a cover and its process live through what happens inside."""
+    """Checks that a cover and its process survive the `with` block."""
     key = stored_key(server.upload(GOOD, "image/png", artist="Kept", title="Cover"))
     pids = sorted(server.responder_pids())
     yield key
@@ -125,7 +125,7 @@ def as_nobody():
 
 
 def start_alone(state, prefix=()):
-    """Starts a responder without a socket: it checks its store and ends. Returns its exit code and its last words."""
+    """Starts a responder without a socket, so that it only checks its store. Returns its exit code and its messages."""
     import subprocess
 
     from server import RESPONDER

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The appliance's commands for albums, through the bridge, to a real MPD."""
+"""The appliance's commands for albums, through the bridge to a real MPD."""
 
 import library
 import pytest
@@ -35,7 +35,7 @@ ALBUMS = {
 
 
 def expected(song):
-    """What is told of a song."""
+    """The elements that an answer has for a song."""
     number, disc = (text and text.partition("/")[0] for text in (song.number, song.disc))
     told = {"Number": number, "Disc": disc, "Title": song.title, "Artist": song.artist, "Album": song.album,
             "AlbumArtist": song.album_artist, "Length": "600" if song in library.LONG else "1", "File": song.file}
@@ -118,7 +118,7 @@ def albums(bridge, **fields):
 
 
 def listed(songs):
-    """Where a song has no album artist, MPD lets the artist stand for it."""
+    """The expected albums. For a song without an album artist, MPD uses the artist."""
     return {(song.album_artist or song.artist, song.album) for song in songs if song.album}
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The bridge while MPD is away, slow or refuses, and how it starts and ends."""
+"""The bridge while MPD is gone, slow or refuses; its start and its end."""
 
 import concurrent.futures
 import contextlib
@@ -19,7 +19,7 @@ PLAY = command("Play")
 
 @pytest.fixture
 def own_mpd(music):
-    """An MPD that may be mistreated."""
+    """A separate MPD that a test may freeze or kill."""
     with Mpd(music) as running:
         yield running
 
@@ -92,7 +92,7 @@ def test_mpd_killed_in_the_middle_is_not_asked_again(own_mpd):
         own_mpd.freeze()
         asked = pool.submit(is_away, bridge, PLAY)
         with pytest.raises(concurrent.futures.TimeoutError):
-            asked.result(0.2)  # frozen, MPD can't have answered
+            asked.result(0.2)  # MPD is frozen, so there can be no answer
         own_mpd.kill()
         assert asked.result(TIMEOUT_SECONDS)
         own_mpd.start()

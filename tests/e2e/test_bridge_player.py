@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The appliance's commands for the player, through the bridge, to a real MPD."""
+"""The appliance's commands for the player, through the bridge to a real MPD."""
 
 import contextlib
 
@@ -14,7 +14,7 @@ SILENCE = LONG[0].file
 
 @pytest.fixture
 def long_queue(mpd):
-    """Three songs of ten minutes."""
+    """A queue with three songs of ten minutes."""
     for _ in range(3):
         mpd.ask("add", SILENCE)
 
@@ -135,7 +135,7 @@ def test_tells_why_nothing_is_heard(tmp_path):
     with Mpd(tmp_path / "music") as mpd, Bridge(mpd.socket) as bridge:
         mpd.ask("add", song)
         (tmp_path / "music" / song).unlink()
-        with contextlib.suppress(Refused):  # when MPD finds out at once
+        with contextlib.suppress(Refused):  # MPD may notice at once
             mpd.ask("play")
         failure = wait_until(lambda: state(bridge).get("Failure"))
         assert failure == mpd.status()["error"] and song.partition('"')[0] in failure  # newer MPDs escape quotes

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the bridge makes of requests that are not, or not only, a command in XML."""
+"""Requests to the bridge that are not a command in XML, or contain more than one."""
 
 import concurrent.futures
 import contextlib
@@ -14,7 +14,7 @@ STATE = command("GetPlayerState")
 
 @pytest.fixture
 def bridge(shared_bridge, mpd):
-    """At the end it still answers, and nobody has set the volume."""
+    """Checks at the end that the bridge still answers, and that no request has set the volume."""
     yield shared_bridge
     assert shared_bridge.command(STATE)[1].findtext("Volume") == "100" == mpd.status()["volume"]
 
@@ -214,7 +214,7 @@ def test_what_is_refused_hides_no_second_request(bridge, head):
     with bridge.connect() as connection:
         connection.sendall(b"POST / HTTP/1.1\r\nHost: localhost\r\n" + head % len(hidden) + b"\r\n\r\n")
         assert read(connection).status in (400, 403, 415)
-        with contextlib.suppress(ConnectionError):  # it has closed already
+        with contextlib.suppress(ConnectionError):  # the bridge may have closed the connection already
             connection.sendall(hidden)
             assert connection.recv(1) == b""
 

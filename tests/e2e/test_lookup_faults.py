@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Services that are broken, busy or gone, and how often they are asked."""
+"""Services that are broken, busy or gone, and the rate of requests to services."""
 
 import concurrent.futures
 import itertools
@@ -12,7 +12,7 @@ from ports import free_port
 from server import Server
 from services import FAULTS, Services
 
-GROUPS = [ALBUM_SOURCES[:4], ALBUM_SOURCES[4:], PICTURE_SOURCES]  # more than four of one address would wait for each other
+GROUPS = [ALBUM_SOURCES[:4], ALBUM_SOURCES[4:], PICTURE_SOURCES]  # at most four at a time: more requests to one address would wait for each other
 LATE = "The server did not answer in time."
 ODD = "The answer is no JSON."
 TOO_LARGE = "The server's answer is larger than 4194304 bytes."
@@ -23,7 +23,7 @@ REASONS = {
     "400": "The service doesn't understand the question.", "404": "The service answers with the status 404.", "429": BUSY, "503": BUSY,
 }
 XML_SOURCES = ("musicbrainz", "amazon")
-LATENESS_SECONDS = 0.1  # by which a request may arrive later than it was sent
+LATENESS_SECONDS = 0.1  # how much later than sent a request may arrive
 
 
 @pytest.fixture(scope="module")
@@ -34,20 +34,20 @@ def second_services():
 
 @pytest.fixture
 def broken(second_services):
-    """Services for those that are to be broken: whoever waits for them doesn't keep the others from being asked."""
+    """Separate stand-ins for broken services, so that waiting for them does not delay the other services."""
     second_services.forget()
     second_services.retry_after_seconds = 7
     return second_services
 
 
 def urls_of(services, names):
-    """The parameters that lead to these services."""
+    """The parameters with the addresses of these services."""
     return {parameter: url for parameter, url in services.parameters().items()
             if parameter.endswith("Url") and url.rsplit("/", 1)[1] in names}
 
 
 def failures(names, fault):
-    """What is to be told of them."""
+    """The expected reasons."""
     return {name: "The answer is no XML." if REASONS[fault] == ODD and name in XML_SOURCES else REASONS[fault] for name in names}
 
 
@@ -102,7 +102,7 @@ def test_private_addresses_can_be_denied(responder, services):
 
 
 def asked_for(responder, seconds):
-    """An answer that came in time."""
+    """Looks up covers, and checks that the answer comes within `lookupTimeout`."""
     configure(responder, lookupTimeout=str(seconds))
     began = time.monotonic()
     root = suggest(responder, SONG)
@@ -144,7 +144,7 @@ def test_the_first_answer_forgives_all(responder, broken, services):
 
 
 def test_one_look_up_is_one_failure_however_much_it_asks(responder, broken):
-    """Else a single slow moment of a service that is asked for several pictures at once would cost minutes."""
+    """Otherwise a service that is asked for several pictures at once would get a long pause after a single bad moment."""
     break_down(responder, broken, PICTURE_SOURCES, "hang_up")
     fields = {"artist": "Lowbeam", "title": "Quiet Harbour"}
     assert set(reasons(suggest(responder, fields))) == set(PICTURE_SOURCES)
@@ -193,7 +193,7 @@ def test_failures_are_not_kept_but_the_answers_beside_them_are(responder, servic
 
 
 def test_two_processes_together_keep_the_pace_of_music_brainz(services):
-    """Each asks for songs that nobody knows, which takes several questions for each."""
+    """Each process asks for an unknown song, which takes several requests."""
     services.forget()
     with Server(processes=1) as one, Server(processes=1, state=one.state) as other:
         configure(one, **services.parameters(), lookupTimeout="3", sources="musicbrainz")

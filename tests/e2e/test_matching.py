@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""How often the right album comes first, for songs as tags have them."""
+"""How often the right album is ranked first, for songs with typical tags."""
 
 import concurrent.futures
 import contextlib
@@ -26,7 +26,7 @@ def responder():
 
 
 def after_a_day(server):
-    """The services may be asked at once again."""
+    """Resets the rate limits, so that the services can be asked at once."""
     with contextlib.closing(sqlite3.connect(server.state / "covers.db", timeout=60)) as store, store:
         store.execute("UPDATE services SET turn = 0")
 
@@ -36,7 +36,7 @@ def fields(song, *names):
 
 
 def suggested(responder, song):
-    """The release groups whose pictures they are, the best first, each once: the stand-ins' URLs name the release."""
+    """The release groups of the suggested pictures, the best first, each once. The stand-ins' URLs name the release."""
     after_a_day(responder)
     answer = responder.post("suggest", fields(song, "artist", "album", "title"))
     root = etree.fromstring(answer.content)
@@ -46,7 +46,7 @@ def suggested(responder, song):
 
 
 def guessed(responder, song):
-    """Names and artists of the albums, the best first."""
+    """Names and artists of the suggested albums, the best first."""
     after_a_day(responder)
     answer = responder.post("guessAlbum", fields(song, "artist", "title"))
     root = etree.fromstring(answer.content)
@@ -55,7 +55,7 @@ def guessed(responder, song):
 
 
 def is_named(name, group):
-    """Whether an album's name is that of one of the releases."""
+    """True if the name is the title of one of the group's releases."""
     return any(words(name) == words(release.title) for release in group.releases)
 
 
@@ -64,7 +64,7 @@ def place(found, is_right):
 
 
 def judged(songs, place_of):
-    """Asks for all of the songs, prints those whose album isn't the first, and demands that few of them are."""
+    """Asks for all songs. Prints the songs with another album first, and requires that they are few."""
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
         places = list(pool.map(place_of, songs))
     for song, where in zip(songs, places):
@@ -77,14 +77,14 @@ def judged(songs, place_of):
 
 
 def test_the_right_cover_is_suggested(responder):
-    """Where anybody has a picture of it."""
+    """Only for albums with a picture in at least one service."""
     groups = catalogue().groups
     judged([song for song in songs() if any(release.cover for release in groups[song["group"]].releases)],
            lambda song: place(suggested(responder, song), lambda group: group == song["group"]))
 
 
 def test_the_right_album_is_guessed(responder):
-    """Where the tags name no album: else it need not be the one that is told by artist and title."""
+    """Only for songs without an album in their tags. Otherwise artist and title may rightly lead to another album."""
     groups = catalogue().groups
     judged([song for song in songs() if "album" not in song],
            lambda song: place(guessed(responder, song), lambda album: is_named(album[0], groups[song["group"]])))

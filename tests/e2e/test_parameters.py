@@ -12,7 +12,7 @@ from server import ROOT, Server
 
 
 def listed(answer):
-    """The parameters in an answer, in their order."""
+    """The parameters in an answer, in the same order."""
     return [(parameter.get("name"), parameter.text or "") for parameter in document(answer, "Parameters")]
 
 
@@ -24,7 +24,7 @@ def one_store():
 
 @pytest.fixture
 def parameters(one_store):
-    """A server whose store has no parameters but a = 1; `commands` are the diagnostic lines since then."""
+    """A server with a = 1 as its only parameter. `commands` returns the diagnostic lines since then."""
     names = [name for name, _ in listed(one_store.get("parameter"))]
     one_store.post("parameter", [*(("cmdDelete", name) for name in names), ("a", "1")])
     seen = len(commands(one_store))

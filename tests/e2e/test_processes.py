@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Several responders at once, and one that ends."""
+"""Several responders at once, and responders that end."""
 
 import concurrent.futures
 import os
@@ -10,7 +10,7 @@ import requests
 from answers import png_of, stored_key
 from pictures import fixture, png
 
-# A part without headers is more than the form parser can take.
+# The form parser can't parse a part without headers.
 MALFORMED = {"data": b"--xyz\r\n\r\nx\r\n--xyz--\r\n", "headers": {"Content-Type": "multipart/form-data; boundary=xyz"}, "timeout": 60}
 
 
@@ -62,7 +62,7 @@ def test_two_responders_replace_the_same_cover_at_the_same_time(server):
 
 
 def test_what_was_answered_as_stored_is_there_after_a_kill(server):
-    """Both responders are killed again and again in the middle of their work; multiwatch starts new ones."""
+    """Kills both responders again and again during their work. multiwatch starts new ones."""
     random.seed(1)
 
     def store(number):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the cover cache holds for a song, however the song is spelled."""
+"""The cover cache finds a song's entry under different spellings."""
 
 import contextlib
 import hashlib
@@ -29,7 +29,7 @@ SONGS = {
 
 @pytest.fixture(scope="module")
 def filled():
-    """A server with these songs; `keys` are their cache ids."""
+    """A server with these songs. `keys` are their cache ids."""
     with Server() as server:
         server.keys = {name: stored_key(server.upload(png(seed=seed), "image/png", **song))
                        for seed, (name, song) in enumerate(SONGS.items())}

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""./run, as a person uses it."""
+"""./run, as a user starts it."""
 
 import os
 import re
@@ -26,7 +26,7 @@ def options():
 
 @pytest.fixture
 def start(tmp_path):
-    """Starts ./run as somebody might who has linked to it and has an odd environment; returns it, its port and what it said."""
+    """Starts ./run through a symbolic link and with CDPATH set. Returns its process, its port and its output."""
     started = []
     (tmp_path / "bin").mkdir()
     (tmp_path / "bin/sleevery").symlink_to(ROOT / "run")
@@ -130,7 +130,7 @@ def test_says_so_when_the_web_server_ends(running):
 
 @pytest.fixture
 def odd_folder(tmp_path):
-    """Songs in a folder with a name that has to be quoted."""
+    """A folder of songs whose name needs quoting."""
     folder = tmp_path / 'the "music" \\ here'
     library.make(folder, library.TWENTY)
     return folder
@@ -169,7 +169,7 @@ class TestMpd:
         process, port, said = running
         folder = os.path.dirname(re.search(r"--host=(\S+/mpd\.socket)", said).group(1))
         (mpd,) = [int(pid) for pid in processes_naming(f"{folder}/mpd.conf") if "--no-daemon" in command_line(pid)]
-        os.kill(mpd, signal.SIGSTOP)  # so that stopping takes until it goes on
+        os.kill(mpd, signal.SIGSTOP)  # so that stopping waits for MPD to continue
         try:
             os.killpg(process.pid, signal.SIGINT)
             wait_until(lambda: processes_naming(f"{folder}/lighttpd.conf") == [])

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What a person or a program sees of the services through the web server."""
+"""The services, as people and programs see them through the web server."""
 
 import pytest
 import requests

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The stand-ins answer as the services do whose place they take."""
+"""The stand-ins answer as the real services do."""
 
 import io
 import socket

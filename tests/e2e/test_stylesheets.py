@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Answers that go through a stylesheet."""
+"""Answers that a stylesheet transforms."""
 
 import pytest
 from answers import exception

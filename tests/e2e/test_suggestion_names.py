@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Questions for songs whatever they are called, and which of them go out at all."""
+"""Look-ups of songs with unusual names, and which look-ups send requests at all."""
 
 import pytest
 from answers import exception
@@ -8,7 +8,7 @@ from lookups import (ALBUM_SOURCES, PICTURE_SOURCES, SONG, SOURCES, after_a_day,
                      suggest, texts)
 from server import Server
 
-# Artist and album as they are tagged, and the text of them that MusicBrainz is asked with.
+# Artist and album from the tags, and the text of the query to MusicBrainz.
 NAMES = {
     "quotes": ('Say "Nothing"', 'The "Best" of', r'release:"The \"Best\" of" AND artist:"Say \"Nothing\""'),
     "backslashes": ("Back\\slash", "\\", r'release:"\\" AND artist:"Back\\slash"'),
@@ -36,7 +36,7 @@ TOO_SOON = "It can't be asked again in time."
 
 @pytest.fixture
 def quick(responder):
-    """Without the one that may be asked once a second only."""
+    """A responder without the source that allows only one request per second."""
     configure(responder, sources=", ".join(source for source in SOURCES if source != "amazon"))
     return responder
 

@@ -19,7 +19,7 @@ FIRST, PICTURED = GROUP.releases[0], GROUP.pictured
 
 
 def asked(services):
-    """Which services have been asked for more than pictures, each once."""
+    """The services that were asked for anything except picture files."""
     return set(request.service for request in services.requests) & set(SOURCES)
 
 

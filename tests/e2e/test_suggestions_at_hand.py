@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Suggestions that need no web: in the song's file, beside it, and in the cache."""
+"""Suggestions without the web: from the song's file, from its folder and from the cache."""
 
 import hashlib
 import itertools
@@ -19,7 +19,7 @@ SEEDS = itertools.count(5000)
 
 @pytest.fixture(scope="module")
 def library(tmp_path_factory):
-    """A server that asks nobody; `music` is its folder."""
+    """A server without web sources. `music` is its music folder."""
     with Server() as server:
         server.music = tmp_path_factory.mktemp("music")
         configure(server, musicFolder=str(server.music), sources="")
@@ -43,7 +43,7 @@ def cover_url(data):
 
 
 def known(library, songs, album, kind="flac", name="song.flac"):
-    """A song whose cover has been moved into its file `path`, which has another one since then."""
+    """A song with its cover written into the file `path`. Afterwards the file is replaced by one with another cover."""
     cover = Cover(library, picture())
     cover.path = songs.copy(kind, album, name)
     cover.write_all(cover.path)
@@ -52,7 +52,7 @@ def known(library, songs, album, kind="flac", name="song.flac"):
 
 
 def offered(library, song):
-    """Source and URL of each suggestion, the best first."""
+    """Sources and URL of each suggestion, the best first."""
     return [(texts(each, "Source"), each.findtext("ImageUrl")) for each in suggest(library, song).iterfind("Suggestion")]
 
 
@@ -65,7 +65,7 @@ def complaints(library):
 
 
 def stays_a_stranger(library, song, data):
-    """Whether a picture never came into the store."""
+    """True if a picture is not in the store."""
     return cover_url(data) not in urls(library, song) and "Error code=\"-5\"" in update(library, cover_url(data), **song).text
 
 
@@ -206,7 +206,7 @@ def test_a_broken_song_harms_nothing(library, songs, album, content):
 
 
 def put_folder_picture(album, name):
-    """Something that isn't what its name says."""
+    """Puts a folder.jpg into the folder that is not a good JPEG."""
     image = album / "folder.jpg"
     image.unlink(missing_ok=True)
     if name == "folder":
@@ -231,7 +231,7 @@ def test_a_broken_picture_harms_nothing(library, songs, album, name):
 
 
 def test_a_picture_whose_pixels_are_broken_is_not_taken(library, songs, album):
-    """It is offered: only its header is read for that."""
+    """Suggests the picture although it is damaged, because suggestions only need its header."""
     cover = known(library, songs, album)
     put_folder_picture(album, "checksum-data.png")
     url = cover_url(fixture("checksum-data.png"))

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Song files on disks that are full, and other limits of the system."""
+"""Song files on full disks, and other limits of the system."""
 
 import contextlib
 import pathlib
@@ -16,7 +16,7 @@ from songs import look
 
 @pytest.fixture(scope="module", autouse=True)
 def hopeless(songs, tmp_path_factory):
-    """A job on a full disk that began before the first test: it takes longer than any of them until it is given up."""
+    """A job on a full disk. It starts before the first test, because giving it up takes longer than any of the tests."""
     with on_a_small_disk(songs, tmp_path_factory.mktemp("hopeless"), "size=16m") as (server, song):
         fill_with_bytes(song.parent)
         entry = Cover(server, COVERS["JPEG"])
@@ -28,7 +28,7 @@ def hopeless(songs, tmp_path_factory):
 
 @contextlib.contextmanager
 def on_a_small_disk(songs, tmp_path, options):
-    """A server, and its song on a disk of its own."""
+    """A server, and a song on a separate disk."""
     music = tmp_path / "music"
     music.mkdir()
     with Server(tmp_path / "state", processes=1, prefix=small_disk(music, options)) as server:
@@ -72,7 +72,7 @@ FILE_LIMIT = 2_000_000
 
 @pytest.mark.parametrize("noise_bytes", [3_000_000, 1_900_000], ids=["the song is beyond it", "the song grows beyond it"])
 def test_a_limit_of_the_size_of_files(songs, tmp_path, noise_bytes):
-    """Here it is in the middle of the work that writing fails."""
+    """The write fails halfway through the file."""
     song = songs.copy("flac", tmp_path, noise_bytes=noise_bytes)
     assert (song.stat().st_size > FILE_LIMIT) == (noise_bytes > FILE_LIMIT)
     picture = noise(400, "JPEG", quality=100)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Covers that are written into song files: what gets there, and what stays."""
+"""Covers in song files of all formats: the new cover, and everything that must stay."""
 
 import errno
 import io
@@ -17,7 +17,7 @@ from web import Web
 
 @pytest.fixture(scope="module")
 def untouched(songs, tmp_path_factory):
-    """What other programs see in the songs before anything happens to them."""
+    """The content of the unchanged songs, as other programs read it."""
     folder = tmp_path_factory.mktemp("untouched")
     return {kind: look(songs.copy(kind, folder), kind) for kind in KINDS}
 
@@ -98,7 +98,7 @@ def test_longer_pictures_are_scaled_down_upright(songs, tmp_path):
             assert upright(look(song, "flac").shown).size == smaller
         turned = io.BytesIO()
         exif = Image.Exif()
-        exif[0x0112] = 6  # to be shown turned by 90 degrees
+        exif[0x0112] = 6  # viewers turn the picture by 90 degrees
         with Image.open(io.BytesIO(noise(600, "PNG"))) as image:
             image.rotate(90).crop((0, 0, 600, 300)).resize((600, 150)).save(turned, "JPEG", exif=exif)
         Cover(server, turned.getvalue()).write_all(song)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The jobs that write covers into song files, and those that remove the covers from the cache behind them."""
+"""The jobs that write covers into song files, and the jobs that remove the covers from the cache afterwards."""
 
 import hashlib
 

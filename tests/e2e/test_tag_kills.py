@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A song file is whole at every moment, whenever those who work on it are killed or stopped."""
+"""A song file is complete at every moment, even if the processes that write it are killed or stopped."""
 
 import contextlib
 import os
@@ -30,7 +30,7 @@ def big_songs(songs, tmp_path_factory):
 
 
 class Work:
-    """Writes two covers in turn, round after round, into copies of the songs in a folder of `server`."""
+    """Writes covers into copies of the songs, in a folder of `server`. Each round writes the other one of two covers."""
 
     def __init__(self, server, originals):
         self.music = server.folder / "music"
@@ -55,7 +55,7 @@ class Work:
 
 
 class Expected:
-    """The contents of the songs after each round, and how long a round takes, found out without any disturbance."""
+    """The contents of the songs after each round, and the time of a round, measured without disturbances."""
 
     def __init__(self, originals):
         with Server(processes=1) as server:
@@ -75,7 +75,7 @@ class Expected:
                 self.contents.append(found)
 
     def after(self, rounds):
-        """The last two contents come again and again."""
+        """The contents after so many rounds. From some round on, the last two contents alternate."""
         last = len(self.contents) - 1
         return self.contents[rounds if rounds <= last else last - (rounds - last) % 2]
 
@@ -86,7 +86,7 @@ def expected(big_songs):
 
 
 class Watch:
-    """Looks all the time whether each song is what it was before the round, or what it is to be after it."""
+    """Checks all the time that each song has the content from before the round or from after it."""
 
     def __init__(self, work, expected):
         self.work = work
@@ -115,7 +115,7 @@ class Watch:
                 content = song.read_bytes()
             except OSError as error:
                 content = str(error)
-            last = self.work.round  # the next one may have begun meanwhile
+            last = self.work.round  # the next round may have begun meanwhile
             if all(content != self.expected.after(rounds)[index] for rounds in range(max(first - 1, 0), last + 1)):
                 self.complaints.append(f"{song.name} in round {first}: {len(content)} bytes that are neither old nor new")
             self.looks += 1
@@ -126,7 +126,7 @@ class Watch:
 
 
 def disturb(server, originals, expected, times, disturbance):
-    """Does `disturbance` at so many random moments of the work. In the end all has been done. Returns what can be told of it."""
+    """Calls `disturbance` at random moments of the work. Checks that all work is done in the end. Returns how many disturbances hit a copy."""
     chance = random.Random(times * server.processes)
     work = Work(server, originals)
     hits = 0
@@ -135,7 +135,7 @@ def disturb(server, originals, expected, times, disturbance):
             if work.is_at_rest():
                 assert_all_is_done(work, expected)
                 work.start_round()
-            time.sleep(chance.uniform(0, expected.seconds))  # the moment is what is random here
+            time.sleep(chance.uniform(0, expected.seconds))  # a random moment is the point of the test
             hits += disturbance(work, chance)
             watch.check()
         work.entry.settled()
@@ -156,7 +156,7 @@ def kill(pids):
     for pid in pids:
         with contextlib.suppress(ProcessLookupError):
             os.kill(pid, signal.SIGKILL)
-    wait_for_the_end_of(pids)  # until then they may still take a request, which would have no answer
+    wait_for_the_end_of(pids)  # a dying responder could still accept a request, without ever answering it
 
 
 @pytest.mark.parametrize("processes", [1, 2])
@@ -196,7 +196,7 @@ def test_the_work_goes_on_after_a_kill_without_a_request(big_songs, expected):
 
 @pytest.mark.parametrize("number, states", [(signal.SIGKILL, ("queued", "done", "done")), (signal.SIGSEGV, ("failed", "failed", "failed"))])
 def test_the_program_that_writes_ends_in_the_middle(songs, tmp_path, number, states):
-    """Who kills it may have been short of memory. But a song that makes it crash will do so again."""
+    """A killed tagger is started again: the system may have been short of memory. A crash is final: the song would crash it again."""
     song = songs.copy("wav", tmp_path, noise_bytes=80_000_000)
     old = song.read_bytes()
     with Server(processes=1) as server:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Song files that can't take a cover, names that lead to none, and odd ones that lead to one."""
+"""Song files that can't take a cover, names without a file, and odd names with one."""
 
 import contextlib
 import os
@@ -15,7 +15,7 @@ NOT_THERE = "The song file is not there."
 NOT_REGULAR = "This is not a regular file."
 OUTSIDE = "The song file is outside the folder that the parameter musicFolder names."
 
-# What can't take a cover: the reason, and what makes the file from a good song and returns the path that is asked for.
+# Files that can't take a cover: the reason, and a function that makes the file from a good song and returns the path to request.
 BAD = {}
 
 
@@ -100,7 +100,7 @@ def name_too_long(song):
 
 
 def refuses(tagging, songs, folder, path):
-    """Checks that this path is refused, nothing below `folder` changes, and the next file gets its cover. Returns the reason."""
+    """Checks that this path is refused, that nothing below `folder` changes, and that the next file gets its cover. Returns the reason."""
     next_song = songs.copy("wav", tagging.music, f"next-{folder.name}.wav")
     entry = Cover(tagging, COVERS["JPEG"])
     with unchanged(folder):
@@ -132,7 +132,7 @@ def test_a_song_that_was_cut_off_stays_as_it_is(tagging, songs, folder, kind):
 
 
 def test_a_song_outside_of_the_music_folder_stays_as_it_is(tagging, songs, folder):
-    outside = tagging.music.with_name(tagging.music.name + "-other")  # begins with the music folder's name
+    outside = tagging.music.with_name(tagging.music.name + "-other")  # the music folder's name is a prefix of it
     outside.mkdir()
     song = songs.copy("flac", outside)
     (folder / "link.flac").symlink_to(song)

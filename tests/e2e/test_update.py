@@ -46,7 +46,7 @@ def updated_key(answer):
 
 
 def reason(server, url, **fields):
-    """Why the responder did not take `url`: the one line that it wrote, checked against its answer."""
+    """Checks that the responder refuses `url` with a single diagnostic line. Returns the reason from this line."""
     before = len(server.messages())
     answer = update(server, url, **(fields or SONG))
     assert answer.text.endswith(f'  <Error code="-5">Cannot load image from {url}</Error>\n</Update>\n'), answer.text
@@ -57,7 +57,7 @@ def reason(server, url, **fields):
 
 @pytest.fixture
 def parameter(one_process):
-    """Sets a parameter until the end of the test."""
+    """Sets a parameter, and removes it at the end of the test."""
     names = set()
 
     def change(**fields):
@@ -134,7 +134,7 @@ def test_a_certificate_that_nobody_signed_is_refused(one_process, tmp_path):
 
 
 def trusting(certificate):
-    """Runs a command on a machine that trusts nobody but the owner of this certificate."""
+    """Returns a prefix for a command on a machine that trusts only this certificate."""
     return with_mounts(f"mount --bind {certificate} /etc/ssl/certs/ca-certificates.crt")
 
 

@@ -5,7 +5,7 @@ TIMEOUT_SECONDS = 60
 
 
 def wait_until(condition, what=lambda: "waited for too long"):
-    """What `condition` returns, once that is anything; `what` tells what is the case instead."""
+    """Waits until `condition` returns a true value. Returns this value. `what` gives the message of a failure."""
     deadline = time.monotonic() + TIMEOUT_SECONDS
     while not (found := condition()):
         assert time.monotonic() < deadline, what()

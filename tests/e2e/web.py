@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A web server with covers and with everything that can be wrong with them, for as long as a `with` block lasts."""
+"""A web server with good and bad covers, as a context manager."""
 
 import contextlib
 import http.server
@@ -67,14 +67,14 @@ class Handler(http.server.BaseHTTPRequestHandler):
                 self.wfile.write(bytes(65536))
 
     def slow(self):
-        """Begins, and then says nothing until the other side has gone."""
+        """Sends the beginning, then nothing until the client closes the connection."""
         self.answer(200, content_type="image/jpeg", **{"Content-Length": "100000"})
         self.wfile.write(COVERS["/cover.jpg"][:100])
         with contextlib.suppress(OSError):
             self.rfile.read(1)
 
     def short(self):
-        """Promises one byte more than it has."""
+        """Declares one byte more than it sends."""
         body = COVERS["/cover.jpg"]
         self.answer(200, content_type="image/jpeg", **{"Content-Length": str(len(body) + 1)})
         self.wfile.write(body)
@@ -84,8 +84,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
 
 class Web(http.server.ThreadingHTTPServer):
-    """Serves what is named above on a port of 127.0.0.1; over https with a certificate that nobody has signed, if `tls_folder`
-    is given as a place for it. `requests` has the path and headers of each one so far."""
+    """Serves the paths above on a port of 127.0.0.1. With a `tls_folder` it uses https, with a self-signed certificate in this
+    folder. `requests` has the path and the headers of each request so far."""
 
     daemon_threads = False
 
@@ -116,7 +116,7 @@ class Web(http.server.ThreadingHTTPServer):
         self.server_close()
 
     def handle_error(self, request, client_address):
-        pass  # a client that cuts a transfer off or refuses a certificate is what is tested
+        pass  # some tests expect that the client ends a transfer early or refuses the certificate
 
     def url(self, path, user=""):
         return f"{self.scheme}://{user}127.0.0.1:{self.server_port}{path}"
