@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A web server that stands in for all services of look-ups, as a context manager."""
+"""A web server in place of all look-up services, as a context manager."""
 
 import contextlib
 import http.server

@@ -130,7 +130,7 @@ def test_says_so_when_the_web_server_ends(running):
 
 @pytest.fixture
 def odd_folder(tmp_path):
-    """A folder of songs whose name needs quoting."""
+    """A music folder with a name that needs quoting."""
     folder = tmp_path / 'the "music" \\ here'
     library.make(folder, library.TWENTY)
     return folder
