@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sources/AmazonUrl.h"
 #include "sources/Fields.h"
-#include "sources/Xml.h"
 #include "util/Numbers.h"
+#include "xml/XmlElement.h"
 
 #include <utility>
 
@@ -26,8 +26,8 @@ std::string unscaled(std::string address) {
     return address.erase(begin, end + 1 - begin);
 }
 
-void addPicture(const xml::Element& item, matching::Candidate& candidate) {
-    const xml::Element large = item.child("LargeImage");
+void addPicture(const xml::XmlElement& item, matching::Candidate& candidate) {
+    const xml::XmlElement large = item.child("LargeImage");
     const int width = pixels(large.child("Width"));
     const int height = pixels(large.child("Height"));
     if (width == 1 && height == 1) return; // a placeholder: there is no picture
@@ -42,17 +42,17 @@ void addPicture(const xml::Element& item, matching::Candidate& candidate) {
             candidate.thumbnailUrl = webAddressFrom(item.child(smaller).child("URL").text());
 }
 
-std::string artistOf(const xml::Element& attributes) {
+std::string artistOf(const xml::XmlElement& attributes) {
     std::string artist;
-    for (const xml::Element& each : attributes.children("Artist")) {
+    for (const xml::XmlElement& each : attributes.children("Artist")) {
         artist += (artist.empty() ? "" : ", ") + each.text();
         if (artist.size() > maxNameBytes) return {};
     }
     return artist;
 }
 
-matching::Candidate candidateFrom(const xml::Element& item) {
-    const xml::Element attributes = item.child("ItemAttributes");
+matching::Candidate candidateFrom(const xml::XmlElement& item) {
+    const xml::XmlElement attributes = item.child("ItemAttributes");
     matching::Candidate candidate{.artist = artistOf(attributes),
                                   .album = nameFrom(attributes.child("Title").text()),
                                   .date = dateFrom(attributes.child("ReleaseDate").text()),
@@ -64,8 +64,8 @@ matching::Candidate candidateFrom(const xml::Element& item) {
 }
 
 /** @param errors the parent of the "Error" elements */
-void failUnlessNothingFound(const xml::Element& errors) {
-    for (const xml::Element& error : errors.children("Error")) {
+void failUnlessNothingFound(const xml::XmlElement& errors) {
+    for (const xml::XmlElement& error : errors.children("Error")) {
         const std::string code = error.child("Code").text();
         if (code == "RequestThrottled") throw Busy("The service was asked too often.");
         if (code == "SignatureDoesNotMatch" || code == "InvalidClientTokenId")
@@ -79,8 +79,8 @@ void failUnlessNothingFound(const xml::Element& errors) {
 void failAsDocumented(const net::HttpAnswer& answer) {
     if (answer.status == 429 || answer.status >= 500) return; // the status is enough
     if (answer.body.find("ItemSearchErrorResponse") == std::string::npos) return;
-    const xml::XmlDoc document = xml::parse(answer.body);
-    failUnlessNothingFound(xml::Element::rootOf(*document));
+    const xml::XmlDoc document = xml::parseXml(answer.body, maxParsedBytes);
+    failUnlessNothingFound(xml::XmlElement::rootOf(*document));
 }
 
 class Amazon final : public Source {
@@ -101,10 +101,10 @@ public:
     [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         if (answer.status != 200) failAsDocumented(answer);
         needSuccess(answer);
-        const xml::XmlDoc document = xml::parse(answer.body);
-        const xml::Element root = xml::Element::rootOf(*document);
+        const xml::XmlDoc document = xml::parseXml(answer.body, maxParsedBytes);
+        const xml::XmlElement root = xml::XmlElement::rootOf(*document);
         if (root.is("ItemSearchErrorResponse")) failUnlessNothingFound(root);
-        const xml::Element items = root.child("Items");
+        const xml::XmlElement items = root.child("Items");
         if (!root.is("ItemSearchResponse") || !items) throw unexpectedAnswer();
         failUnlessNothingFound(items.child("Request").child("Errors"));
         return candidatesOf(name(), items.children("Item"), candidateFrom);

@@ -4,9 +4,9 @@
 #include "sources/Lucene.h"
 #include "sources/Names.h"
 #include "sources/Source.h"
-#include "sources/Xml.h"
 #include "text/StopWords.h"
 #include "util/Numbers.h"
+#include "xml/XmlElement.h"
 
 #include <utility>
 
@@ -17,26 +17,26 @@ constexpr std::string_view documentNameSpace = "http://musicbrainz.org/ns/mmd-2.
 constexpr std::string_view variousArtistsId = "89ad4ac3-39f7-470e-963a-56509c546377"; // for any credited name
 constexpr std::string_view releasePages = "https://musicbrainz.org/release/";
 
-std::string nameIn(const xml::Element& parent, std::string_view child) {
+std::string nameIn(const xml::XmlElement& parent, std::string_view child) {
     return nameFrom(parent.child(child).text());
 }
 
 /** The artist as credited: the names and the phrases between them. */
-std::string creditedArtist(const xml::Element& credit) {
+std::string creditedArtist(const xml::XmlElement& credit) {
     std::string artist;
-    for (const xml::Element& part : credit.children("name-credit")) {
-        const xml::Element known = part.child("artist");
+    for (const xml::XmlElement& part : credit.children("name-credit")) {
+        const xml::XmlElement known = part.child("artist");
         if (known.attribute("id") == variousArtistsId) return std::string(variousArtists);
-        const xml::Element name = part.child("name");
+        const xml::XmlElement name = part.child("name");
         artist += (name ? name : known.child("name")).text() + part.attribute("joinphrase");
         if (artist.size() > maxNameBytes) return {};
     }
     return artist;
 }
 
-matching::ReleaseKind kindOf(const xml::Element& group) {
+matching::ReleaseKind kindOf(const xml::XmlElement& group) {
     std::vector<matching::ReleaseKind> secondary;
-    for (const xml::Element& type : group.child("secondary-type-list").children("secondary-type"))
+    for (const xml::XmlElement& type : group.child("secondary-type-list").children("secondary-type"))
         secondary.push_back(kindNamed(type.text()));
     const matching::ReleaseKind kind = tellingKind(secondary);
     return kind == matching::ReleaseKind::Unknown ? kindNamed(group.child("primary-type").text()) : kind;
@@ -49,8 +49,8 @@ matching::ReleaseStatus statusOf(std::string_view text) noexcept {
     return matching::ReleaseStatus::Unknown;
 }
 
-matching::Candidate candidateFrom(const xml::Element& release) {
-    const xml::Element group = release.child("release-group");
+matching::Candidate candidateFrom(const xml::XmlElement& release) {
+    const xml::XmlElement group = release.child("release-group");
     matching::Candidate candidate{.artist = creditedArtist(release.child("artist-credit")),
                                   .album = nameIn(release, "title"),
                                   .kind = kindOf(group),
@@ -62,15 +62,15 @@ matching::Candidate candidateFrom(const xml::Element& release) {
     return candidate;
 }
 
-void addReleases(const xml::Element& list, std::vector<matching::Candidate>& candidates) {
-    for (const xml::Element& release : list.children("release")) {
+void addReleases(const xml::XmlElement& list, std::vector<matching::Candidate>& candidates) {
+    for (const xml::XmlElement& release : list.children("release")) {
         if (!mayGrow(candidates)) return;
         matching::Candidate candidate = candidateFrom(release);
         if (!candidate.album.empty()) candidates.push_back(std::move(candidate));
     }
 }
 
-void addRecording(const xml::Element& recording, std::vector<matching::Candidate>& candidates) {
+void addRecording(const xml::XmlElement& recording, std::vector<matching::Candidate>& candidates) {
     const std::size_t before = candidates.size();
     addReleases(recording.child("release-list"), candidates);
     const std::string title = nameIn(recording, "title");
@@ -111,15 +111,15 @@ public:
 
     [[nodiscard]] std::vector<matching::Candidate> parse(const net::HttpAnswer& answer) const override {
         needSuccess(answer);
-        const xml::XmlDoc document = xml::parse(answer.body);
-        const xml::Element root = xml::Element::rootOf(*document);
-        const xml::Element releases = root.child("release-list");
-        const xml::Element recordings = root.child("recording-list");
+        const xml::XmlDoc document = xml::parseXml(answer.body, maxParsedBytes);
+        const xml::XmlElement root = xml::XmlElement::rootOf(*document);
+        const xml::XmlElement releases = root.child("release-list");
+        const xml::XmlElement recordings = root.child("recording-list");
         if (!root.is("metadata") || root.nameSpace() != documentNameSpace || (!releases && !recordings))
             throw unexpectedAnswer();
         std::vector<matching::Candidate> candidates;
         addReleases(releases, candidates);
-        for (const xml::Element& recording : recordings.children("recording"))
+        for (const xml::XmlElement& recording : recordings.children("recording"))
             addRecording(recording, candidates);
         for (matching::Candidate& candidate : candidates)
             candidate.source = name();
