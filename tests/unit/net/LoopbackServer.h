@@ -9,6 +9,7 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -68,11 +69,14 @@ public:
         constexpr std::string_view name = "\r\nContent-Length: ";
         const std::size_t announced = head.find(name);
         std::string body;
-        std::array<char, 1> next{};
+        std::array<char, 65536> next{};
         const std::size_t size =
             announced == std::string::npos ? 0 : std::stoul(head.substr(announced + name.size()));
-        while (body.size() < size && readable() && ::recv(socket_, next.data(), 1, 0) == 1)
-            body += next[0];
+        while (body.size() < size && readable()) {
+            const ssize_t got = ::recv(socket_, next.data(), std::min(next.size(), size - body.size()), 0);
+            if (got <= 0) break;
+            body.append(next.data(), static_cast<std::size_t>(got));
+        }
         return body;
     }
 
