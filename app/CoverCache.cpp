@@ -144,6 +144,7 @@ std::string CoverCache::Query(std::string artist, std::string album, std::string
     const store::SearchResult found =
         store.search({wanted.artist, wanted.album, wanted.title}, static_cast<int>(limit));
     std::vector<app::ListedEntry> listed;
+    listed.reserve(found.entries.size());
     for (const store::Entry& entry : found.entries)
         listed.push_back({entry, store.jobs(entry.id)});
     return app::queryDocument(listed, found.total);

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 /** Empty for the placeholder that the service gives albums without a cover: its URL has no hash. */
 std::string coverIn(const json::Value& album, std::string_view name) {
-    std::string address = json::webAddress(album, name);
+    const std::string address = json::webAddress(album, name);
     return address.find("/images/cover//") == std::string::npos ? address : std::string();
 }
 

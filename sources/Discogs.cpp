@@ -31,7 +31,7 @@ std::string artistFrom(std::string_view text) {
 }
 
 std::string pictureIn(const json::Value& hit, std::string_view name) {
-    std::string address = json::webAddress(hit, name);
+    const std::string address = json::webAddress(hit, name);
     return address.find("spacer.gif") == std::string::npos ? address : std::string();
 }
 

@@ -35,10 +35,10 @@ struct Request {
     /** Placeholder in `url` for `secretSegment`. No name can contain it: braces are escaped in URLs. */
     static constexpr std::string_view secretMark = "{key}";
 
-    std::string url;                       // without secrets and timestamps: the answer is kept under it
-    std::string secretQuery = {};          // appended to the URL: "&api_key=..."
-    std::vector<std::string> headers = {}; // "Authorization: ..."
-    std::string secretSegment = {};        // for a key in the path
+    std::string url;                  // without secrets and timestamps: the answer is kept under it
+    std::string secretQuery;          // appended to the URL: "&api_key=..."
+    std::vector<std::string> headers; // "Authorization: ..."
+    std::string secretSegment;        // for a key in the path
 };
 
 /** The URL to fetch, including all secrets. */

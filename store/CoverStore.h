@@ -102,9 +102,9 @@ struct Pace {
 
 /** What is known of a web service's health. */
 struct ServiceState {
-    int failures = 0;                // in a row
-    std::string reason;              // of the last one
-    Clock::time_point pausedUntil{}; // it is left alone until then
+    int failures = 0;              // in a row
+    std::string reason;            // of the last one
+    Clock::time_point pausedUntil; // it is left alone until then
 
     bool operator==(const ServiceState&) const = default;
 };

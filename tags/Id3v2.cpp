@@ -58,7 +58,8 @@ bool nameAt(const util::ByteReader& in, std::size_t at, unsigned version) {
     for (std::size_t i = 0; i < length; ++i) {
         const auto c = static_cast<char>(in.byte(at + i));
         const bool plain = (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-        if (!plain && !(i == 3 && (c == ' ' || c == '\0'))) return false;
+        const bool padding = i == 3 && (c == ' ' || c == '\0');
+        if (!plain && !padding) return false;
     }
     return true;
 }
