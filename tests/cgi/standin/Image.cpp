@@ -9,8 +9,6 @@
 #include <memory>
 #include <utility>
 
-namespace util {
-
 namespace {
 
 struct HeldImage : gdImageStruct {
@@ -20,14 +18,22 @@ struct HeldImage : gdImageStruct {
 
 } // namespace
 
-void ImageContent::set(Image& image, const std::string& bytes) {
+namespace image {
+
+void ImageContent::set(util::Image& image, const std::string& bytes) {
     const std::unique_ptr<HeldImage> old(static_cast<HeldImage*>(image.gdImage));
     image.gdImage = bytes.empty() ? nullptr : std::make_unique<HeldImage>(bytes).release();
 }
 
-std::string ImageContent::get(const Image& image) {
+std::string ImageContent::get(const util::Image& image) {
     return image.gdImage == nullptr ? std::string() : static_cast<const HeldImage*>(image.gdImage)->bytes;
 }
+
+} // namespace image
+
+namespace util {
+
+using image::ImageContent;
 
 // Not logged: each SongInfo holds an image, so every SongInfo would add a line.
 Image::Image() : gdImage(nullptr) { standin::obey("Image::Image"); }

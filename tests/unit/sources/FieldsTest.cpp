@@ -10,6 +10,9 @@
 
 namespace {
 
+using matching::Candidate;
+using matching::Question;
+using matching::ReleaseKind;
 using namespace sources;
 
 TEST(WebAddressFrom, TakesWholeHttpUrls) {

@@ -6,9 +6,12 @@
 
 namespace {
 
+using matching::Candidate;
+using matching::ReleaseKind;
+using matching::ReleaseStatus;
 using namespace sources;
 
-Candidate full() {
+matching::Candidate full() {
     return {.source = "musicbrainz",
             .artist = "A \"quoted\" \\ ünï <&>",
             .album = "Paper\nLanterns\x01",
