@@ -120,7 +120,8 @@ util::Image* SongInfo::getImage() { return &image; }
 void SongInfo::setImage(const void* data, unsigned int length) {
     if (data == nullptr || length == 0) {
         image = util::Image();
-        malloc_trim(0); // a decoded image is thousands of small blocks, between which others are left
+        static_cast<void>(
+            malloc_trim(0)); // a decoded image is thousands of small blocks, between which others are left
         return;
     }
     const image::ImageLimits limits =

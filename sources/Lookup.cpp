@@ -76,14 +76,14 @@ private:
         const Source& source;
         std::vector<Request> requests;
         SourceReport report;
-        std::vector<matching::Candidate> candidates = {};
+        std::vector<matching::Candidate> candidates;
         std::size_t next = 0;
     };
 
     struct PictureInquiry {
         const PictureSource& source;
         SourceReport report;
-        std::vector<matching::Candidate> candidates = {};
+        std::vector<matching::Candidate> candidates;
     };
 
     static void add(auto& inquiry, LookupResult& result) {

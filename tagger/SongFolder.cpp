@@ -22,6 +22,7 @@ namespace {
 
 SongFolder::SongFolder(const std::filesystem::path& folder)
     : folder_(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    if (!folder_) fail("opened");
     for (const std::filesystem::path& part : folder.relative_path()) {
         folder_ = util::FileDescriptor(
             ::openat(folder_.get(), part.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));

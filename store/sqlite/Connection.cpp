@@ -81,8 +81,8 @@ StatementUse::~StatementUse() {
     statement_.tryReset();
     try {
         statement_.clearBindings();
-    } catch (
-        const SQLite::Exception&) { // NOLINT(bugprone-empty-catch): the values are bound anew at the next use
+        // NOLINTNEXTLINE(bugprone-empty-catch): the next use binds all values anew
+    } catch (const SQLite::Exception&) {
     }
 }
 
@@ -118,7 +118,8 @@ void SqliteConnection::disown() noexcept {
 void SqliteConnection::flush() {
     // What is no longer in the log was flushed when it moved into the database.
     sqlite3_file* log = nullptr;
-    sqlite3_file_control(database_.getHandle(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    sqlite3_file_control(database_.getHandle(), "main", SQLITE_FCNTL_JOURNAL_POINTER,
+                         static_cast<void*>(&log));
     if (log == nullptr || log->pMethods == nullptr) return; // this connection has not used it yet
     if (const int code = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL); code != SQLITE_OK)
         throw SQLite::Exception("the log can't be flushed", code);

@@ -120,7 +120,8 @@ std::vector<ImageInfo> SqliteStore::earlierImages(int id) {
 
 std::optional<util::Buffer> SqliteStore::image(const std::string& hash) {
     return run("read a cover", [&](SqliteConnection& connection) {
-        SQLite::Transaction transaction(connection.database()); // the row and its content from one moment
+        const SQLite::Transaction transaction(
+            connection.database()); // the row and its content from one moment
         return sqlite::imageContent(connection, hash);
     });
 }
@@ -143,7 +144,8 @@ std::string SqliteStore::offerImage(const NewImage& image) {
 
 SearchResult SqliteStore::search(const Search& search, int limit) {
     return run("search", [&](SqliteConnection& connection) {
-        SQLite::Transaction transaction(connection.database()); // entries and their number from one moment
+        const SQLite::Transaction transaction(
+            connection.database()); // entries and their number from one moment
         return sqlite::search(connection, search, limit);
     });
 }
