@@ -94,6 +94,19 @@ def test_no_service_may_start_meanwhile(checkout, tmp_path, status):
     assert policy not in done.stdout
 
 
+@pytest.mark.parametrize("status", [0, 100])
+def test_new_services_are_disabled_and_old_ones_stay(checkout, tmp_path, status):
+    wants = "/etc/systemd/system/multi-user.target.wants"
+    checkout.stand_in("apt-get", f'case "$*" in *Status-Fd*) ln -s x {wants}/new.service; exit {status};; esac')
+    checkout.stand_in("systemctl", "exit 0")
+    checkout.stand_in("deb-systemd-helper", f'echo "$@" >>{tmp_path}/disabled; rm {wants}/"$3"')
+    mounts = f"{NOTHING_REAL} && mount -t tmpfs none /etc/systemd && mkdir -p {wants} && ln -s x {wants}/old.service"
+    done = checkout.run("apt-install", "curl", prefix=with_mounts(mounts, after=f"ls {wants}"))
+    assert done.returncode == (10 if status else 0)
+    assert (tmp_path / "disabled").read_text() == "--system disable new.service\n"
+    assert done.stdout.splitlines()[-1] == "old.service"
+
+
 def test_every_script_fails_with_a_sentence():
     programs = [path for path in (ROOT / "packaging").iterdir() if os.access(path, os.X_OK)]
     scripts = [path.read_text() for path in [ROOT / "run", ROOT / "test", ROOT / "bench/run", ROOT / ".ci/run", *programs]]
