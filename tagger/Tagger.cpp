@@ -21,10 +21,6 @@
 namespace tagger {
 namespace {
 
-using tagger::Done;
-using tagger::Failed;
-using tagger::Later;
-
 void limit(int resource, rlim_t most) {
     rlimit now{};
     if (getrlimit(static_cast<__rlimit_resource>(resource), &now) != 0) return;
@@ -65,7 +61,7 @@ int runTagger(int count, char** arguments, const Fit& fit) {
     if (getppid() != number(arguments[5])) return Failed;
     setUp();
     try {
-        const std::string picturePath = "/proc/self/fd/" + std::to_string(tagger::pictureDescriptor);
+        const std::string picturePath = "/proc/self/fd/" + std::to_string(pictureDescriptor);
         const util::Buffer picture =
             util::readFile(picturePath.c_str(), std::numeric_limits<std::size_t>::max());
         writeCover({.song = arguments[1],
