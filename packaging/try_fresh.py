@@ -40,11 +40,14 @@ def sources(release):
     """This machine's Debian package sources, as lines of a sources.list for `release`."""
     fields = "$(ORIGIN)|$(REPO_URI)|$(CODENAME)|$(COMPONENT)"
     here = output("apt-get", "indextargets", "--format", fields, "Created-By: Packages").splitlines()
+    if not any(line.startswith("Debian|") for line in here):  # apt learns the origin of a source from its lists
+        output("apt-get", "update", "-qq")
+        here = output("apt-get", "indextargets", "--format", fields, "Created-By: Packages").splitlines()
     codename = re.search(r"^VERSION_CODENAME=(\w+)$", pathlib.Path("/etc/os-release").read_text(), re.MULTILINE)[1]
     debian = {tuple(line.split("|")[1:]) for line in here if line.startswith("Debian|")}
     lines = [f"deb {url} {suite.replace(codename, release)} {component}" for url, suite, component in sorted(debian) if suite.startswith(codename)]
     if not lines:
-        raise Failed("apt knows no sources of Debian's packages here; run apt-get update")
+        raise Failed("apt knows no sources of Debian's packages here")
     return lines
 
 
